@@ -1,0 +1,25 @@
+#ifndef TAVLIB_EXPORT_H
+#define TAVLIB_EXPORT_H
+
+// What every public header needs to be read by C and by C++.
+
+/// Marks a name that the shared library exports; everything else stays hidden in it.
+#define TAVLIB_API __attribute__((visibility("default")))
+
+/// Open and close a block of functions with C linkage.
+#ifdef __cplusplus
+#define TAVLIB_BEGIN_C extern "C" {
+#define TAVLIB_END_C }
+#else
+#define TAVLIB_BEGIN_C
+#define TAVLIB_END_C
+#endif
+
+/// A parameter that must be given: a reference in C++, a pointer (never null) in C.
+#ifdef __cplusplus
+#define TAVLIB_REF(T) T&
+#else
+#define TAVLIB_REF(T) T*
+#endif
+
+#endif
