@@ -1,0 +1,92 @@
+#include <tavlib/protocol/server_interface.h>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace {
+
+constexpr std::size_t kKeySize = 16;
+// Only the first five bytes key the cipher; the digest uses all sixteen.
+constexpr int kCipherKeySize = 5;
+
+}  // namespace
+
+ServerInterface::ServerInterface(unsigned long serverAddress, unsigned short serverPort, const char* secret)
+    : address(serverAddress),
+      port(htons(serverPort)),
+      socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+  if (socket == -1) return;
+  if (secret != nullptr) std::memcpy(keyBuffer.data(), secret, strnlen(secret, kKeySize));
+  cipher.reset(new (std::nothrow) CBlowfish(keyBuffer.data(), kCipherKeySize));
+  if (cipher == nullptr) {
+    close(socket);
+    socket = -1;
+  }
+}
+
+ServerInterface::~ServerInterface() {
+  if (socket != -1) close(socket);
+}
+
+int ServerInterface::IsValid() {
+  return cipher != nullptr ? 1 : 0;
+}
+
+unsigned ServerInterface::AbandonRequest(ASyncRequest* request) {
+  const auto found = requests.find(request->registeredId);
+  if (found != requests.end() && found->second == request) {
+    request->status = TAV_E_CANCELLED;
+    Forget(request);
+  }
+  return 0;
+}
+
+unsigned ServerInterface::StatusRequest(const ASyncRequest* request) {
+  return request->status;
+}
+
+int ServerInterface::GetSocket() {
+  return socket;
+}
+
+unsigned long ServerInterface::GetAddress() {
+  return address;
+}
+
+ServerInterface::ASyncRequest* ServerInterface::TakeSettled(bool (*wanted)(const ASyncRequest*)) {
+  const auto found = std::find_if(settled.begin(), settled.end(), wanted);
+  if (found == settled.end()) return nullptr;
+  ASyncRequest* request = *found;
+  settled.erase(found);
+  return request;
+}
+
+// Sending made the room, so this allocates nothing.
+void ServerInterface::KeepSettled(ASyncRequest* request) {
+  settled.push_back(request);
+}
+
+void ServerInterface::Forget(ASyncRequest* request) {
+  remove(request);
+  if (ended != nullptr) ended(request);
+}
+
+ServerInterface::ASyncRequest* ServerInterface::FindRequest(bool (*wanted)(const ASyncRequest*)) const {
+  for (const auto& [id, request] : requests) {
+    if (wanted(request)) return request;
+  }
+  const auto found = std::find_if(settled.begin(), settled.end(), wanted);
+  return found == settled.end() ? nullptr : *found;
+}
+
+// The id may have come round to another request by now, so the pointers decide.
+void ServerInterface::remove(ASyncRequest* request) {
+  const auto found = requests.find(request->registeredId);
+  if (found != requests.end() && found->second == request) requests.erase(found);
+  std::erase(settled, request);
+}
