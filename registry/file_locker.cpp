@@ -1,0 +1,44 @@
+#include "registry/failure.h"
+
+#include <fcntl.h>
+#include <tavlib/registry/file_locker.h>
+#include <unistd.h>
+
+namespace {
+
+short record_lock_type(AFileLocker::FILELOCKER kind) {
+  if (kind == AFileLocker::Shared) return F_RDLCK;
+  if (kind == AFileLocker::Exclusive) return F_WRLCK;
+  return F_UNLCK;
+}
+
+}  // namespace
+
+AFileLocker::AFileLocker(int fileDescriptor, FILELOCKER wanted) : fd(fileDescriptor) {
+  DoLock(wanted);
+}
+
+AFileLocker::~AFileLocker() {
+  const tavlib::KeepError keep;
+  if (error == 0 && kind != Unlocked) DoLock(Unlocked);
+}
+
+int AFileLocker::DoLock(FILELOCKER wanted) {
+  struct flock whole_file {};
+  whole_file.l_type = record_lock_type(wanted);
+  whole_file.l_whence = SEEK_SET;
+  int result = 0;
+  do {
+    result = fcntl(fd, F_SETLKW, &whole_file);
+  } while (result == -1 && errno == EINTR);  // A host's signal does not end the wait.
+  if (result == -1) {
+    error = AErrors::GetRtlError();
+    return 0;
+  }
+  kind = wanted;
+  return 1;
+}
+
+int AFileLocker::IsValid() const {
+  return error == 0 ? 1 : tavlib::fail(error);
+}

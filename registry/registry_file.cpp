@@ -1,0 +1,67 @@
+#include "registry/registry_file.h"
+
+#include "registry/failure.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tavlib {
+
+namespace {
+
+Stream open_stream(const char* path, int flags, const char* mode) {
+  const int fd = open(path, flags | O_CLOEXEC, 0666);
+  if (fd == -1) return nullptr;
+  Stream stream(fdopen(fd, mode));
+  if (!stream) {
+    const KeepError keep;
+    close(fd);
+  }
+  return stream;
+}
+
+Stream open_again(const char* path, std::FILE* stream) {
+  return is_writable(stream) ? open_for_writing(path) : open_for_reading(path);
+}
+
+/// Whether the path still names the open file. When it names nothing, there is nothing newer than that file.
+bool is_current(std::FILE* stream, const char* path) {
+  struct stat opened {};
+  struct stat named {};
+  if (fstat(fileno(stream), &opened) == -1 || stat(path, &named) == -1) return true;
+  return opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+}  // namespace
+
+Stream open_for_reading(const char* path) {
+  return open_stream(path, O_RDONLY, "r");
+}
+
+Stream open_for_writing(const char* path) {
+  return open_stream(path, O_RDWR, "r+");
+}
+
+Stream open_or_create(const char* path) {
+  return open_stream(path, O_RDWR | O_CREAT, "r+");
+}
+
+bool is_writable(std::FILE* stream) {
+  return (fcntl(fileno(stream), F_GETFL) & O_ACCMODE) == O_RDWR;
+}
+
+bool lock_current(Stream& stream, const char* path, AFileLocker::FILELOCKER kind,
+                  std::optional<AFileLocker>& lock) {
+  for (;;) {
+    lock.emplace(fileno(stream.get()), kind);
+    if (lock->IsValid() == 0) return false;
+    if (is_current(stream.get(), path)) return true;
+    Stream again = open_again(path, stream.get());
+    lock.reset();
+    if (!again) return false;
+    stream = std::move(again);
+  }
+}
+
+}  // namespace tavlib

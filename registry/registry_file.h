@@ -1,0 +1,29 @@
+#ifndef TAVLIB_REGISTRY_REGISTRY_FILE_H
+#define TAVLIB_REGISTRY_REGISTRY_FILE_H
+
+#include <tavlib/registry/file_locker.h>
+#include <tavlib/registry/registry_key.h>
+
+#include <optional>
+
+namespace tavlib {
+
+/// Opens a registry file, close-on-exec: for reading, or for reading and writing. Null with the system's
+/// error.
+Stream open_for_reading(const char* path);
+Stream open_for_writing(const char* path);
+
+/// The same, creating the file when it is missing; what another process wrote to it meanwhile stays.
+Stream open_or_create(const char* path);
+
+bool is_writable(std::FILE* stream);
+
+/// Locks the file that `path` names now, waiting for it. A commit of another process replaces the file, so
+/// `stream` is opened again when the path names another file once the lock is held: whoever holds the lock
+/// sees every change made before. A lock that `lock` held is released first. False with the system's error.
+bool lock_current(Stream& stream, const char* path, AFileLocker::FILELOCKER kind,
+                  std::optional<AFileLocker>& lock);
+
+}  // namespace tavlib
+
+#endif

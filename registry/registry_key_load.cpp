@@ -1,0 +1,85 @@
+#include "registry/blocks.h"
+#include "registry/failure.h"
+#include "registry/registry_file.h"
+#include "registry/section_reader.h"
+
+#include <tavlib/registry/registry_key.h>
+
+using tavlib::fail;
+
+namespace {
+
+/// What becomes of a key that is to be opened.
+enum class Plan { Read, OpenWithoutValues, AppendSection, Refuse, Missing };
+
+Plan plan_for(const tavlib::Section& section, bool create, bool write) {
+  if (section.values_at) return Plan::Read;
+  if (create && !write && !section.present) return Plan::Refuse;
+  if (!create && !write && section.present) return Plan::OpenWithoutValues;
+  if (!create && !section.present) return Plan::Missing;
+  return Plan::AppendSection;
+}
+
+/// The full path of the key `sub_path` below `key_name`, with a trailing backslash; empty for the top of the
+/// file.
+std::string target_path(const char* key_name, std::string sub_path) {
+  constexpr std::size_t longest = 4095;
+  sub_path.erase(sub_path.find_last_not_of('\\') + 1);
+  if (sub_path.empty()) return sub_path;
+  return ((key_name == nullptr ? "" : key_name) + sub_path + "\\").substr(0, longest);
+}
+
+tavlib::Stream open_for(const char* path, bool write) {
+  if (!write) return tavlib::open_for_reading(path);
+  tavlib::Stream stream = tavlib::open_for_writing(path);
+  if (!stream && AErrors::GetRtlError() == tavlib::kNoSuchEntry) stream = tavlib::open_or_create(path);
+  return stream;
+}
+
+/// Finds the key in the file, and makes the list of the sections below it anew.
+bool search(std::FILE* file, const std::string& target, std::unique_ptr<ARegistryKeyList>& below,
+            tavlib::Section& section) {
+  section = {};
+  below = std::make_unique<ARegistryKeyList>();
+  if (!tavlib::find_section(fileno(file), target, *below, section)) return false;
+  below->Sort();
+  return true;
+}
+
+}  // namespace
+
+int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, int* created) {
+  if (subPath == nullptr) return fail(tavlib::kBadAddress);
+  access = accessBits;
+  const bool write = (access & REGISTRY_ACCESS_WRITE) != 0;
+  if (!file) file = open_for(path, write);
+  if (!file) return 0;
+  std::optional<AFileLocker> lock;
+  if (!tavlib::lock_current(file, path, AFileLocker::Shared, lock)) return 0;
+  values.reset();
+  const std::string target = target_path(keyName.get(), subPath);
+  if (target.empty()) keyName.reset();
+
+  tavlib::Section section;
+  if (!search(file.get(), target, subkeys, section)) return 0;
+  if (created != nullptr) *created = 0;
+  Plan plan = plan_for(section, create != 0, write);
+  if (plan == Plan::AppendSection) {
+    // The shared lock is given up for the exclusive one: two processes that both raise theirs would wait for
+    // each other for ever. What another process did in between counts.
+    if (!tavlib::lock_current(file, path, AFileLocker::Exclusive, lock)) return 0;
+    if (!search(file.get(), target, subkeys, section)) return 0;
+    plan = plan_for(section, create != 0, write);
+  }
+  if (plan == Plan::Refuse) return fail(tavlib::kAccessDenied);
+  if (plan == Plan::Missing) return fail(tavlib::kNoSuchEntry);
+
+  auto loaded = std::make_unique<ARegistryData>();
+  if (plan == Plan::Read && !tavlib::read_values(fileno(file.get()), *section.values_at, *loaded)) return 0;
+  tavlib::TextBlock name(tavlib::copy_text(target.c_str()));
+  if (plan == Plan::AppendSection && !tavlib::append_section(fileno(file.get()), target)) return 0;
+  if (created != nullptr && plan == Plan::AppendSection && !section.present) *created = 1;
+  keyName = std::move(name);
+  values = std::move(loaded);
+  return 1;
+}

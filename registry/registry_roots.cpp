@@ -1,0 +1,64 @@
+#include "registry/registry_roots.h"
+
+#include <pwd.h>
+#include <tavlib/platform/critical_section.h>
+#include <tavlib/registry/registry_handle.h>
+#include <unistd.h>
+
+#include <atomic>
+
+namespace tavlib {
+
+namespace {
+
+using SharedKey = std::atomic<ARegistryKey*>;
+
+SharedKey user_key{nullptr};
+SharedKey superuser_key{nullptr};
+
+/// Holds a lock for the length of a block.
+class Holder {
+ public:
+  explicit Holder(ACritSec& section) : section_(section) { section_.DoLock(1); }
+  ~Holder() { section_.Unlock(); }
+
+  Holder(const Holder&) = delete;
+  Holder& operator=(const Holder&) = delete;
+
+ private:
+  ACritSec& section_;
+};
+
+/// The registry file in a user's home directory. A home that is too long is cut so that the whole fits a
+/// key's path; without a home the file is at the top of the file system.
+ARegistryKey* make_home_key(uid_t user) {
+  constexpr int longest_home = 1013;
+  char path[1024];
+  const passwd* entry = getpwuid(user);
+  const char* home = entry == nullptr || entry->pw_dir == nullptr ? "" : entry->pw_dir;
+  static_cast<void>(std::snprintf(path, sizeof path, "%.*s/.regfile", longest_home, home));
+  return new ARegistryKey(path);
+}
+
+/// The lock is one call's own and keeps no other thread out: two threads that are the first to open a root at
+/// the same moment both make its key, and the later one is kept.
+ARegistryKey* shared_key(SharedKey& shared, uid_t user) {
+  ACritSec section;
+  const Holder holder(section);
+  ARegistryKey* key = shared.load();
+  if (key == nullptr) {
+    key = make_home_key(user);
+    shared.store(key);
+  }
+  return key;
+}
+
+}  // namespace
+
+ARegistryKey* resolve_root(ARegistryKey* root) {
+  if (root == REGISTRY_ROOT_SUPERUSER) return shared_key(superuser_key, 0);
+  if (root == REGISTRY_ROOT_USER) return shared_key(user_key, getuid());
+  return root;
+}
+
+}  // namespace tavlib

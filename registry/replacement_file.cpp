@@ -1,0 +1,40 @@
+#include "registry/replacement_file.h"
+
+#include "registry/failure.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace tavlib {
+
+ReplacementFile::ReplacementFile(const char* path) : path_(path) {
+  static_cast<void>(std::snprintf(temporary_, sizeof temporary_, "%s~", path));
+  const int fd = open(temporary_, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd == -1) return;
+  pending_ = true;
+  stream_.reset(fdopen(fd, "w"));
+  if (!stream_) {
+    const KeepError keep;
+    close(fd);
+  }
+}
+
+ReplacementFile::~ReplacementFile() {
+  if (!pending_) return;
+  const KeepError keep;
+  unlink(temporary_);
+}
+
+bool ReplacementFile::finish() {
+  std::FILE* stream = stream_.get();
+  if (std::fflush(stream) != 0 || fsync(fileno(stream)) != 0) return false;
+  return std::fclose(stream_.release()) == 0;
+}
+
+bool ReplacementFile::replace() {
+  if (!finish() || std::rename(temporary_, path_) != 0) return false;
+  pending_ = false;
+  return true;
+}
+
+}  // namespace tavlib

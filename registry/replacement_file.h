@@ -1,0 +1,39 @@
+#ifndef TAVLIB_REGISTRY_REPLACEMENT_FILE_H
+#define TAVLIB_REGISTRY_REPLACEMENT_FILE_H
+
+#include <tavlib/registry/registry_key.h>
+
+namespace tavlib {
+
+/// The temporary file "path~", which is written whole and then takes the place of `path`. Whoever uses it
+/// holds the exclusive lock on the registry file, so there is one at a time.
+class ReplacementFile {
+ public:
+  /// Opens the temporary file, empty. `path` has at most 1022 characters and must outlive the object.
+  explicit ReplacementFile(const char* path);
+
+  /// Removes the temporary file unless it took its place.
+  ~ReplacementFile();
+
+  ReplacementFile(const ReplacementFile&) = delete;
+  ReplacementFile& operator=(const ReplacementFile&) = delete;
+
+  /// The stream to write to; null when the file could not be opened, with the system's error.
+  std::FILE* stream() const { return stream_.get(); }
+
+  /// Renames the file over `path` once it is safely on the disk. False with the system's error; `path` is
+  /// then untouched. Every earlier write must have succeeded.
+  bool replace();
+
+ private:
+  bool finish();
+
+  const char* path_;
+  char temporary_[1024]{};
+  Stream stream_;
+  bool pending_{false};  // The temporary file exists and is ours to remove.
+};
+
+}  // namespace tavlib
+
+#endif

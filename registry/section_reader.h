@@ -1,0 +1,35 @@
+#ifndef TAVLIB_REGISTRY_SECTION_READER_H
+#define TAVLIB_REGISTRY_SECTION_READER_H
+
+#include <sys/types.h>
+#include <tavlib/registry/registry_data.h>
+#include <tavlib/registry/registry_key_list.h>
+
+#include <optional>
+#include <string>
+
+namespace tavlib {
+
+/// What a registry file holds of one key.
+struct Section {
+  bool present{false};  ///< The key has a section of its own or sections below it.
+  std::optional<off_t>
+      values_at;  ///< Where the values of its last section start; the file's start for the root.
+};
+
+/// Looks a key up in an open file and enters the sections below it into `below`. `target` is the key's full
+/// path with a trailing backslash, empty for the root. False with the system's error when the file cannot be
+/// read. Throws ARegistryException when memory runs out.
+bool find_section(int fd, const std::string& target, ARegistryKeyList& below, Section& section);
+
+/// Enters the values that stand at a position, up to the next header. Lines that hold no value are left out.
+/// False with the system's error. Throws ARegistryException or std::bad_alloc when memory runs out.
+bool read_values(int fd, off_t position, ARegistryData& values);
+
+/// Appends a header line for `target`. False with the system's error; the file is then as it was. The caller
+/// holds an exclusive lock.
+bool append_section(int fd, const std::string& target);
+
+}  // namespace tavlib
+
+#endif
