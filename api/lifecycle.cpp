@@ -1,0 +1,86 @@
+#include <tavlib/api/last_error.h>
+#include <tavlib/api/lifecycle.h>
+#include <tavlib/platform/interlocked.h>
+
+#include <new>
+
+#include "api/process_state.h"
+#include "api/sso_lookups.h"
+
+namespace {
+
+void release_record(void* record) {
+  delete static_cast<TAVThreadRecord*>(record);
+}
+
+// An ATlsException leaves it.
+ATls* create_slot() {
+  try {
+    return new ATls(release_record);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+TAVServerList* create_server_list() {
+  try {
+    return new TAVServerList();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void destroy_server_list() {
+  delete g_ServerList;
+  g_ServerList = nullptr;
+}
+
+}  // namespace
+
+int TAVInitialize() {
+  if (static_cast<unsigned>(InterlockedIncrement(&g_InitCount)) > 1) {
+    if (g_ServerList != nullptr && g_ServerListReady != 0) g_ServerList->SetAllCommsUp();
+    return 1;
+  }
+
+  pTls = create_slot();
+  // The count stays raised here: a later call succeeds, and every query then fails with 7.
+  if (pTls == nullptr) return tavlib::refuse(TAV_E_NOMEMORY);
+
+  g_ServerList = create_server_list();
+  if (g_ServerList == nullptr) {
+    TAVSetLastError(TAV_E_NOMEMORY);
+    TAVExit();
+    return 0;
+  }
+  if (g_ServerList->IsValid() == 0) {  // its construction has set the reason
+    destroy_server_list();
+    TAVExit();
+    return 0;
+  }
+  g_ServerListReady = 1;
+  return 1;
+}
+
+void TAVExit() {
+  if (InterlockedDecrement(&g_InitCount) != 0) return;
+  if (g_ServerList != nullptr) {
+    tavlib::drop_lookups();
+    destroy_server_list();
+  }
+  // While the slot still exists, so that the caller can read its last error afterwards.
+  TAVThreadExit();
+  if (pTls != nullptr) {
+    tavlib::release_thread_record();
+    delete pTls;
+    pTls = nullptr;
+  }
+}
+
+void TAVThreadExit() {
+  g_SharedRecord.lastError = GetTlsValues()->lastError;
+}
+
+int TAVSetTimeout(unsigned /*seconds*/) {
+  return 1;
+}

@@ -1,0 +1,57 @@
+#include "api/process_state.h"
+
+#include <tavlib/api/last_error.h>
+
+#include <new>
+
+long g_InitCount = 0;
+ATls* pTls = nullptr;
+TAVServerList* g_ServerList = nullptr;
+std::uint32_t g_ServerListReady = 0;
+TAVThreadRecord g_SharedRecord;
+
+TAVThreadRecord* GetTlsValues() {
+  if (pTls == nullptr) return &g_SharedRecord;
+  if (void* value = pTls->GetValue()) return static_cast<TAVThreadRecord*>(value);
+
+  auto* record = new (std::nothrow) TAVThreadRecord;
+  if (record == nullptr) return &g_SharedRecord;
+  if (pTls->SetValue(record) == 0) {  // nobody would ever release it
+    delete record;
+    return &g_SharedRecord;
+  }
+  return record;
+}
+
+unsigned TAVGetLastError() {
+  return GetTlsValues()->lastError;
+}
+
+void TAVSetLastError(unsigned code) {
+  GetTlsValues()->lastError = code;
+}
+
+namespace tavlib {
+
+void release_thread_record() {
+  auto* record = static_cast<TAVThreadRecord*>(pTls->GetValue());
+  pTls->SetValue(nullptr);
+  delete record;
+}
+
+int refuse(unsigned code) {
+  TAVSetLastError(code);
+  return 0;
+}
+
+TAVServerInterface* find_server(unsigned long address) {
+  if (g_ServerList == nullptr) {
+    TAVSetLastError(TAV_E_NOTINITIALISED);
+    return nullptr;
+  }
+  TAVServerInterface* server = g_ServerList->FindByServer(address);
+  if (server == nullptr) TAVSetLastError(TAV_E_UNKNOWNSERVER);
+  return server;
+}
+
+}  // namespace tavlib

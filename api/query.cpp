@@ -1,0 +1,117 @@
+#include <tavlib/api/last_error.h>
+#include <tavlib/api/query.h>
+#include <tavlib/servers/query_enum.h>
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "api/attached_request.h"
+#include "api/process_state.h"
+
+namespace {
+
+// The synchronous form of a request that was just started on `async`, with the result of the starting
+// function.
+int wait_for(TAVASYNC& async, int result) {
+  if (result == 1 || TAVGetLastError() != TAV_E_PENDING) return result;
+  return TAVASyncStatus(&async, 1);
+}
+
+template <typename Record>
+int next_entry(TAVQueryEnum& query, Record& entry, TAVASYNC& async) {
+  if (g_ServerList == nullptr || query.UsesList(g_ServerList) == 0)
+    return tavlib::refuse(TAV_E_NOTINITIALISED);
+  return tavlib::started(async, query.QueryNext(entry, tavlib::attach_request(async)));
+}
+
+std::unique_ptr<TAVQueryEnum> create_enumeration(const _TAVENTRYW& filter, unsigned a1, unsigned a2,
+                                                 unsigned long server, unsigned a3) {
+  std::unique_ptr<TAVQueryEnum> query(new (std::nothrow)
+                                          TAVQueryEnum(server, filter, a1, a2, a3, g_ServerList));
+  if (query != nullptr && query->IsValid() == 0) query.reset();
+  return query;
+}
+
+int hand_out(std::unique_ptr<TAVQueryEnum> created, TAVQueryEnum** query) {
+  if (created == nullptr) return tavlib::refuse(TAV_E_NOMEMORY);
+  *query = created.release();
+  return 1;
+}
+
+template <typename Record>
+int add_entry(const Record& entry) {
+  if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  return g_ServerList->AddEntry(entry, 0);
+}
+
+}  // namespace
+
+int TAVQueryVersionAs(unsigned long server, unsigned* version, TAVASYNC* async) {
+  if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  ServerInterface::ASyncRequest* request = tavlib::attach_request(*async);
+  return tavlib::started(*async, g_ServerList->QueryVersion(server, *version, request));
+}
+
+int TAVQueryVersion(unsigned long server, unsigned* version) {
+  TAVASYNC async{};
+  return wait_for(async, TAVQueryVersionAs(server, version, &async));
+}
+
+int TAVEnumServers(unsigned index, unsigned long* server) {
+  if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  const unsigned long address = g_ServerList->GetServer(index);
+  if (address == 0) return tavlib::refuse(TAV_E_NOMORE);
+  *server = address;
+  return 1;
+}
+
+int TAVGetSocket(unsigned long server) {
+  return g_ServerList == nullptr ? tavlib::refuse(TAV_E_NOTINITIALISED) : g_ServerList->GetSocket(server);
+}
+
+int TAVQueryStartW(const _TAVENTRYW* filter, unsigned a1, unsigned a2, unsigned long server, unsigned a3,
+                   TAVQueryEnum** query) {
+  if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  return hand_out(create_enumeration(*filter, a1, a2, server, a3), query);
+}
+
+int TAVQueryStartA(const _TAVENTRYA* filter, unsigned a1, unsigned a2, unsigned long server, unsigned a3,
+                   TAVQueryEnum** query) {
+  if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  _TAVENTRYW wide{};
+  if (EntryAToW(wide, *filter) == 0) return tavlib::refuse(TAV_E_NOMEMORY);
+  auto created = create_enumeration(wide, a1, a2, server, a3);
+  DeMarshalFreeStrings(wide);
+  return hand_out(std::move(created), query);
+}
+
+int TAVQueryNextAsW(TAVQueryEnum* query, _TAVENTRYW* entry, TAVASYNC* async) {
+  return next_entry(*query, *entry, *async);
+}
+
+int TAVQueryNextAsA(TAVQueryEnum* query, _TAVENTRYA* entry, TAVASYNC* async) {
+  return next_entry(*query, *entry, *async);
+}
+
+int TAVQueryNextW(TAVQueryEnum* query, _TAVENTRYW* entry) {
+  TAVASYNC async{};
+  return wait_for(async, TAVQueryNextAsW(query, entry, &async));
+}
+
+int TAVQueryNextA(TAVQueryEnum* query, _TAVENTRYA* entry) {
+  TAVASYNC async{};
+  return wait_for(async, TAVQueryNextAsA(query, entry, &async));
+}
+
+void TAVQueryClose(TAVQueryEnum* query) {
+  delete query;
+}
+
+int TAVAddEntryA(const _TAVENTRYA* entry) {
+  return add_entry(*entry);
+}
+
+int TAVAddEntryW(const _TAVENTRYW* entry) {
+  return add_entry(*entry);
+}

@@ -1,0 +1,132 @@
+#include <tavlib/api/last_error.h>
+#include <tavlib/api/lifecycle.h>
+#include <tavlib/api/query.h>
+#include <tavlib/api/sso.h>
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "api/event_loop.h"
+#include "api/process_state.h"
+#include "api/sso_lookups.h"
+#include "api/sso_state.h"
+
+std::uint32_t g_SsoReady = 0;
+unsigned long g_SsoServer = 0;
+_TAVENTRYA g_SsoEntry;
+
+namespace {
+
+// Nobody is at the address. These two writes do not ask whether there is a buffer.
+void write_nobody(char* user, unsigned userLength, char* second, unsigned secondLength) {
+  if (userLength != 0) *user = '\0';
+  if (secondLength != 0) *second = '\0';
+}
+
+struct CloseQuery {
+  void operator()(TAVQueryEnum* query) const { TAVQueryClose(query); }
+};
+
+// The look-up itself, with its answer in the buffers. Lets std::bad_alloc out when there is no memory for the
+// request; the enumeration is closed then, too.
+int look_up(unsigned long address, char* user, unsigned userLength, char* second, unsigned secondLength) {
+  g_SsoEntry = _TAVENTRYA{};
+  g_SsoEntry.address = static_cast<std::uint32_t>(address);
+  TAVQueryEnum* started = nullptr;
+  if (TAVQueryStartA(&g_SsoEntry, tavlib::kLookupMask, 0, g_SsoServer, 0, &started) == 0) return 0;
+  const std::unique_ptr<TAVQueryEnum, CloseQuery> query(started);  // owns the answer's texts
+
+  int result = TAVQueryNextA(query.get(), &g_SsoEntry);
+  if (result == 0 && TAVGetLastError() == TAV_E_NOMORE) {
+    tavlib::clear_text(user, userLength);
+    tavlib::clear_text(second, secondLength);
+    result = 1;
+  } else if (result == 1 && g_SsoEntry.word12 != 0) {
+    write_nobody(user, userLength, second, secondLength);
+  } else if (result == 1) {
+    tavlib::copy_answer(g_SsoEntry, user, userLength, second, secondLength);
+  }
+  return result;
+}
+
+}  // namespace
+
+namespace tavlib {
+
+void clear_text(char* buffer, unsigned length) {
+  if (buffer != nullptr && length != 0) *buffer = '\0';
+}
+
+namespace {
+
+void copy_text(char* buffer, unsigned length, const char* text) {
+  if (text == nullptr) {
+    clear_text(buffer, length);
+  } else if (buffer != nullptr) {
+    std::strncpy(buffer, text, length);  // a text that fills the buffer is left without a terminator
+  }
+}
+
+}  // namespace
+
+void copy_answer(const _TAVENTRYA& entry, char* user, unsigned userLength, char* second,
+                 unsigned secondLength) {
+  copy_text(user, userLength, entry.user);
+  copy_text(second, secondLength, entry.string3);
+}
+
+}  // namespace tavlib
+
+const char* SSO_Init() {
+  g_SsoReady = 0;
+  if (TAVInitialize() == 0) return nullptr;
+  // TAVInitialize is not undone: the library stays initialised, its count raised.
+  if (tavlib::SSO_Configure() == 0) return nullptr;
+  g_SsoReady = 1;
+  return "Norvel TAV/TIZ";
+}
+
+void SSO_Exit() {
+  if (g_SsoReady != 0) {
+    if (T_event_del_socket != nullptr) T_event_del_socket(TAVGetSocket(g_SsoServer));
+    tavlib::drop_lookups();
+    TAVExit();
+  }
+  g_SsoReady = 0;
+}
+
+unsigned SSO_GetLastError() {
+  return TAVGetLastError();
+}
+
+int SSO_GetUserByAddr(unsigned long address, char* user, unsigned userLength, char* second,
+                      unsigned secondLength) {
+  if (g_SsoServer == 0) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  if (g_SsoReady == 0) return 0;
+  const int result = look_up(address, user, userLength, second, secondLength);
+  const unsigned lastError = TAVGetLastError();
+  tavlib::finish_settled_lookups(g_SsoServer);
+  if (result == 0) TAVSetLastError(lastError);  // the callbacks may have left another
+  return result;
+}
+
+void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLength, char* second,
+                            unsigned secondLength, SSO_Callback callback, void* cookie) {
+  std::unique_ptr<SSO_TAVContext> lookup;
+  unsigned failure = 0;
+  try {
+    lookup =
+        std::make_unique<SSO_TAVContext>(address, user, userLength, second, secondLength, callback, cookie);
+    lookup->Go();
+    lookup->GiveToLayer();
+    static_cast<void>(lookup.release());  // the socket's callback finishes and deletes it
+    return;
+  } catch (const tavexception& exception) {
+    failure = exception.code;
+  } catch (const std::bad_alloc&) {
+    failure = TAV_E_NOMEMORY;
+  }
+  TAVSetLastError(failure);
+  callback(0, cookie);
+}

@@ -1,0 +1,24 @@
+#ifndef TAVLIB_SSO_LOOKUPS_H
+#define TAVLIB_SSO_LOOKUPS_H
+
+#include <tavlib/protocol/server_interface.h>
+
+/// The single-sign-on layer's look-ups in flight, as the rest of the interface sees them.
+namespace tavlib {
+
+/// Whether the request belongs to a look-up that the layer made and will finish itself.
+bool is_layers_lookup(const ServerInterface::ASyncRequest* request);
+
+/// Finishes every look-up on the server whose answer was read by somebody else. Hosts' callbacks run.
+void finish_settled_lookups(unsigned long server);
+
+/// Deletes every look-up of the layer still in flight, without its callback.
+void drop_lookups();
+
+/// The callback that the host's event loop runs when the gateway server's socket is readable; the argument is
+/// the server's address. Returns its first argument.
+int SSO_SocketReady(int first, void* argument);
+
+}  // namespace tavlib
+
+#endif

@@ -1,0 +1,135 @@
+#ifndef TAVLIB_API_SSO_H
+#define TAVLIB_API_SSO_H
+
+// Single sign-on: which user is at this address? A layer for gateways over one TAV server, the gateway's own,
+// whose address is the value "gwtav" of the key "tavlib\Addresses" in the configuration file.
+//
+// The host may define two functions with C linkage, through which the layer puts the server's socket into the
+// host's event loop; the library looks for them when it is loaded and does without them if they are missing:
+//
+//   int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument);
+//   int T_event_del_socket(int socket);
+//
+// When the socket is readable, the loop calls `ready` with a number of its own, which comes back as the
+// result, and with `argument`. The results of the two functions are ignored. Everything here belongs to the
+// event loop's thread.
+
+#include <tavlib/export.h>
+
+#ifdef __cplusplus
+
+#include <stdint.h>
+#include <tavlib/api/async.h>
+#include <tavlib/protocol/entry.h>
+
+class TAVQueryEnum;
+
+#endif
+
+TAVLIB_BEGIN_C
+
+/// Told once how a look-up ended: `success` is 1 when it ran (a user, or none at the address), 0 when it
+/// failed, with the reason in the last error.
+typedef void (*SSO_Callback)(int success, void* cookie);
+
+/// Initialises the library and registers the gateway server's socket with the host's event loop. The product
+/// string "Norvel TAV/TIZ", or null with the reason as last error: 3 when the configuration names no gateway
+/// server; the library then stays initialised. In C++, std::bad_alloc and what TAVInitialize throws may leave
+/// it.
+TAVLIB_API const char* SSO_Init(void);
+
+/// Undoes a successful SSO_Init: unregisters the socket and calls TAVExit. Asynchronous look-ups still in
+/// flight end without their callback.
+TAVLIB_API void SSO_Exit(void);
+
+/// TAVGetLastError.
+TAVLIB_API unsigned SSO_GetLastError(void);
+
+/// Looks the user at `address` (as entries carry it) up and waits for the answer. 1 when the look-up ran:
+/// `user` receives the user's name and `second` the entry's third text, both empty when nobody is there. 0 on
+/// failure, with the last error; 7 before an SSO_Init that found a gateway address, and none set when that
+/// address is known but the layer is down.
+///
+/// Lengths are in bytes. A text of the buffer's length or longer fills it without a terminating zero. A
+/// buffer may be null, unless the server answers with an entry that says that nobody is there (`word12` not
+/// 0): that case writes to both; a buffer of length 0 is never written. Asynchronous look-ups that were
+/// answered meanwhile are finished before this returns. In C++, std::bad_alloc leaves it when there is no
+/// memory for the request.
+TAVLIB_API int SSO_GetUserByAddr(unsigned long address, char* user, unsigned userLength, char* second,
+                                 unsigned secondLength);
+
+/// Starts a look-up and returns; `callback` is told how it ended, from the event loop, or from within this
+/// call when it could not be started. Until then the buffers, either of which may be null, must last. Texts
+/// as above.
+TAVLIB_API void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLength, char* second,
+                                       unsigned secondLength, SSO_Callback callback, void* cookie);
+
+TAVLIB_END_C
+
+#ifdef __cplusplus
+
+/// Thrown by SSO_TAVContext when a look-up cannot be started.
+class TAVLIB_API tavexception {
+ public:
+  explicit tavexception(unsigned errorCode) : code(errorCode) {}
+
+  uint32_t code;  ///< See tavlib/error_numbers.h.
+};
+
+/// One asynchronous look-up. SSO_GetUserByAddrAsync makes them, and the layer deletes them when they end. A
+/// host that makes one itself does so with new: once started, the layer deletes it when the socket's callback
+/// or a blocking look-up finishes it; a host that takes its answer with TAVASyncPop calls Finish and deletes
+/// it itself.
+class TAVLIB_API SSO_TAVContext {
+ public:
+  /// Begins the enumeration. Throws tavexception when that fails. Arguments as for SSO_GetUserByAddrAsync.
+  SSO_TAVContext(unsigned long address, char* user, unsigned userLength, char* second, unsigned secondLength,
+                 SSO_Callback callback, void* cookie);
+
+  /// Copies what is asked and where the answer goes. The copy owns neither the enumeration, which must
+  /// outlive it, nor the request.
+  SSO_TAVContext(const SSO_TAVContext& other);
+  SSO_TAVContext& operator=(const SSO_TAVContext&) = delete;
+
+  /// Gives an outstanding request up and closes the enumeration, without a callback.
+  ~SSO_TAVContext();
+
+  /// Sends the request. Throws tavexception when that fails, 15 while an earlier one is outstanding; the
+  /// enumeration is then closed, and an earlier request ends as one whose enumeration was closed.
+  void Go();
+
+  /// Takes the outcome of the request, as TAVASyncPop and the last error tell it: fills the buffers, calls
+  /// the callback and returns 1 when the look-up has ended; 0 while it is pending.
+  int Finish(int result, unsigned error);
+
+  /// The look-up that awaits the request's answer; null when there is none.
+  static SSO_TAVContext* Of(const ServerInterface::ASyncRequest* request);
+
+  /// Makes the look-up the layer's own: it is never handed out by TAVASyncPop, and SSO_Exit deletes it while
+  /// it is in flight.
+  void GiveToLayer();
+  bool BelongsToLayer() const;
+
+ protected:
+  TAVQueryEnum* query{nullptr};
+  uint32_t answered{0};  ///< 1 once an answer was delivered.
+  unsigned long address;
+  char* user;
+  unsigned userLength;
+  char* second;
+  unsigned secondLength;
+  SSO_Callback callback;
+  void* cookie;
+  _TAVENTRYA entry{};  ///< The filter, then the answer.
+  TAVASYNC handle{};
+  bool original{true};  ///< False in a copy, which does not own `query`.
+  bool sent{false};     ///< Whether the request of `handle`, if any, is this object's own.
+  bool layers{false};
+
+ private:
+  void closeQuery();
+};
+
+#endif
+
+#endif

@@ -1,0 +1,89 @@
+#include <tavlib/error_numbers.h>
+#include <tavlib/servers/query_enum.h>
+#include <tavlib/servers/server_list.h>
+
+#include <cstring>
+
+#include "protocol/packet_view.h"
+
+TAVQueryEnum::TAVQueryEnum(unsigned long serverAddress, const _TAVENTRYW& filter, unsigned argument1,
+                           unsigned argument2, unsigned argument3, TAVServerList* serverList)
+    : server(serverAddress),
+      a1(argument1),
+      a2(argument2),
+      a3(argument3),
+      list(serverList),
+      valid(TAVEntryDupW(cursor, filter)),
+      listSerial(serverList == nullptr ? 0 : serverList->GetSerial()) {
+  cursor.word13 = 0;
+}
+
+// A reply that is still to come must find nothing to write to.
+TAVQueryEnum::~TAVQueryEnum() {
+  if (request != nullptr) request->context = nullptr;
+  DeMarshalFreeStrings(cursor);
+  DeMarshalFreeStrings(narrow);
+}
+
+unsigned TAVQueryEnum::QueryNext(_TAVENTRYW& out, ServerInterface::ASyncRequest* next) {
+  return startStep(&out, 1, next);
+}
+
+unsigned TAVQueryEnum::QueryNext(_TAVENTRYA& out, ServerInterface::ASyncRequest* next) {
+  return startStep(&out, 0, next);
+}
+
+unsigned TAVQueryEnum::startStep(void* out, int isWide, ServerInterface::ASyncRequest* next) {
+  if (request != nullptr && request->status == TAV_E_PENDING) return TAV_E_BUSY;
+  // After an error reply the last request may still get its answer; the step that it belonged to has ended.
+  if (request != nullptr) request->context = nullptr;
+
+  pending = out;
+  wide = isWide;
+  request = next;
+  next->context = this;
+  const unsigned status = list->QueryEntry(a1, a2, cursor, a3, server, next);
+  if (status != TAV_E_PENDING) EndStep(next);
+  return status;
+}
+
+unsigned TAVQueryEnum::QueryComplete(ServerInterface::ASyncRequest* answered) {
+  const unsigned status = wide == 1 ? QueryCompleteW(answered) : QueryCompleteA(answered);
+  pending = nullptr;
+  request = nullptr;
+  answered->context = nullptr;  // it may outlive the enumeration until its owner is told
+  return status;
+}
+
+unsigned TAVQueryEnum::QueryCompleteW(ServerInterface::ASyncRequest* answered) {
+  DeMarshalFreeStrings(cursor);
+  const _TAVPACKET& reply = answered->packet;
+  if (tavlib::PacketReader(reply).be32(tavlib::kArgumentsAt) == 0) return TAV_E_NOMORE;
+  if (DeMarshalTAVEntryW(cursor, &reply, 0) == 0) return TAV_E_NOMORE;
+  if (pending != nullptr) std::memcpy(pending, &cursor, sizeof cursor);
+  return 0;
+}
+
+unsigned TAVQueryEnum::QueryCompleteA(ServerInterface::ASyncRequest* answered) {
+  const unsigned status = QueryCompleteW(answered);
+  if (status != 0) return status;
+  DeMarshalFreeStrings(narrow);
+  if (EntryWToA(narrow, cursor) == 0) return TAV_E_NOMEMORY;
+  if (pending != nullptr) std::memcpy(pending, &narrow, sizeof narrow);
+  return 0;
+}
+
+int TAVQueryEnum::IsValid() {
+  return valid;
+}
+
+void TAVQueryEnum::EndStep(ServerInterface::ASyncRequest* endedRequest) {
+  if (request != endedRequest) return;
+  request->context = nullptr;
+  request = nullptr;
+  pending = nullptr;
+}
+
+int TAVQueryEnum::UsesList(const TAVServerList* candidate) const {
+  return list == candidate && (list == nullptr || candidate->GetSerial() == listSerial) ? 1 : 0;
+}
