@@ -28,4 +28,5 @@ function(tavlib_extra folder)
 endfunction()
 
 tavlib_extra(tools OPENSSL_FOUND CLI11_FOUND nlohmann_json_FOUND)
+tavlib_extra(examples CMAKE_C_COMPILER)
 enable_testing()

@@ -1,0 +1,35 @@
+#ifndef GATEWAY_USER_H
+#define GATEWAY_USER_H
+
+#include <string>
+#include <vector>
+
+namespace gateway {
+
+/// Who is at an address. Both texts are empty when nobody is.
+struct User {
+  std::string name;
+  std::string group;
+};
+
+inline bool operator==(const User& a, const User& b) {
+  return a.name == b.name && a.group == b.group;
+}
+
+inline bool is_nobody(const User& user) {
+  return user.name.empty() && user.group.empty();
+}
+
+/// One line of the table: an address and its user.
+struct Place {
+  std::string address;  ///< Dotted quad.
+  User user;
+};
+
+/// Reads lines of "address, user, group"; '-' is an empty text, blanks around the commas do not count, and
+/// lines that begin with '#' are comments. Throws std::runtime_error that names the file and the line.
+std::vector<Place> read_places(const std::string& path);
+
+}  // namespace gateway
+
+#endif
