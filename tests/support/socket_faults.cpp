@@ -1,0 +1,114 @@
+#include "support/socket_faults.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "support/next_symbol.h"
+
+namespace tavtest {
+namespace {
+
+struct Faults {
+  std::map<std::string, int> errors;                              // of every call
+  std::map<std::pair<std::string, std::size_t>, int> one_errors;  // of the call with this number
+  std::vector<std::string> calls;
+  long missing = 0;
+};
+
+std::optional<Faults>& faults() {
+  static std::optional<Faults> one;
+  return one;
+}
+
+int error_of(const std::string& name, std::size_t index) {
+  const auto one = faults()->one_errors.find({name, index});
+  if (one != faults()->one_errors.end()) return one->second;
+  const auto every = faults()->errors.find(name);
+  return every == faults()->errors.end() ? 0 : every->second;
+}
+
+// Records the call. True, with errno set, when it is to fail.
+bool fails(const char* name) {
+  if (!faults()) return false;
+  auto& calls = faults()->calls;
+  const auto earlier = std::count(calls.begin(), calls.end(), name);
+  calls.emplace_back(name);
+  const int error_number = error_of(name, static_cast<std::size_t>(earlier));
+  if (error_number != 0) errno = error_number;
+  return error_number != 0;
+}
+
+}  // namespace
+
+SocketFaults::SocketFaults() {
+  if (faults()) throw std::logic_error("only one SocketFaults at a time");
+  faults().emplace();
+}
+
+SocketFaults::~SocketFaults() {
+  faults().reset();
+}
+
+void SocketFaults::fail(const std::string& name, int error_number) {
+  faults()->errors[name] = error_number;
+}
+
+void SocketFaults::fail_one(const std::string& name, std::size_t index, int error_number) {
+  faults()->one_errors[{name, index}] = error_number;
+}
+
+void SocketFaults::shorten_sends(long missing) {
+  faults()->missing = missing;
+}
+
+const std::vector<std::string>& SocketFaults::calls() const {
+  return faults()->calls;
+}
+
+}  // namespace tavtest
+
+using tavtest::fails;
+using tavtest::next_symbol;
+
+TAVTEST_REPLACES_LIBC int socket(int domain, int type, int protocol) noexcept {
+  static auto* const real = next_symbol<int(int, int, int)>("socket");
+  return fails("socket") ? -1 : real(domain, type, protocol);
+}
+
+TAVTEST_REPLACES_LIBC int bind(int fd, const sockaddr* address, socklen_t size) noexcept {
+  static auto* const real = next_symbol<int(int, const sockaddr*, socklen_t)>("bind");
+  return fails("bind") ? -1 : real(fd, address, size);
+}
+
+TAVTEST_REPLACES_LIBC int connect(int fd, const sockaddr* address, socklen_t size) {
+  static auto* const real = next_symbol<int(int, const sockaddr*, socklen_t)>("connect");
+  return fails("connect") ? -1 : real(fd, address, size);
+}
+
+TAVTEST_REPLACES_LIBC int setsockopt(int fd, int level, int name, const void* value,
+                                     socklen_t size) noexcept {
+  static auto* const real = next_symbol<int(int, int, int, const void*, socklen_t)>("setsockopt");
+  return fails("setsockopt") ? -1 : real(fd, level, name, value, size);
+}
+
+TAVTEST_REPLACES_LIBC ssize_t sendto(int fd, const void* bytes, size_t count, int flags,
+                                     const sockaddr* address, socklen_t size) {
+  static auto* const real =
+      next_symbol<ssize_t(int, const void*, size_t, int, const sockaddr*, socklen_t)>("sendto");
+  if (fails("sendto")) return -1;
+  if (tavtest::faults() && tavtest::faults()->missing > 0)
+    return static_cast<ssize_t>(count) - tavtest::faults()->missing;
+  return real(fd, bytes, count, flags, address, size);
+}
+
+TAVTEST_REPLACES_LIBC ssize_t recvfrom(int fd, void* bytes, size_t count, int flags, sockaddr* address,
+                                       socklen_t* size) {
+  static auto* const real = next_symbol<ssize_t(int, void*, size_t, int, sockaddr*, socklen_t*)>("recvfrom");
+  return fails("recvfrom") ? -1 : real(fd, bytes, count, flags, address, size);
+}
