@@ -1,0 +1,45 @@
+#include "conformance/host.h"
+
+#include <arpa/inet.h>
+#include <poll.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace tavtest {
+namespace {
+
+bool is_readable_within(int socket, int milliseconds) {
+  pollfd watched{socket, POLLIN, 0};
+  return poll(&watched, 1, milliseconds) == 1;
+}
+
+}  // namespace
+
+Library::Library() {
+  if (TAVInitialize() != 1) {
+    throw std::runtime_error("TAVInitialize: error " + std::to_string(TAVGetLastError()));
+  }
+}
+
+Library::~Library() {
+  TAVExit();
+}
+
+unsigned error_of(int result) {
+  return result == 0 ? TAVGetLastError() : 0;
+}
+
+unsigned long address_of(const char* dotted) {
+  return inet_addr(dotted);
+}
+
+bool is_readable(int socket) {
+  return is_readable_within(socket, 5000);
+}
+
+bool is_readable_now(int socket) {
+  return is_readable_within(socket, 0);
+}
+
+}  // namespace tavtest

@@ -1,0 +1,32 @@
+#ifndef TAVLIB_TESTS_CONFORMANCE_HOST_H
+#define TAVLIB_TESTS_CONFORMANCE_HOST_H
+
+#include <tavlib/tavlib.h>
+
+namespace tavtest {
+
+/// The library, initialised for as long as the object lives.
+class Library {
+ public:
+  Library();
+  ~Library();
+
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+};
+
+/// The last error after a call that returned 0, and 0 after any other.
+unsigned error_of(int result);
+
+/// An address in the form of entries and of server addresses.
+unsigned long address_of(const char* dotted);
+
+/// Whether the socket becomes readable within five seconds.
+bool is_readable(int socket);
+
+/// Whether a datagram is there now.
+bool is_readable_now(int socket);
+
+}  // namespace tavtest
+
+#endif
