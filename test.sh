@@ -1,0 +1,77 @@
+#!/usr/bin/env bash
+# Builds tavlib and runs its tests. Options: see usage.
+set -eu
+
+cd "$(dirname "$0")"
+. scripts/packages.sh
+
+presets=(release debug asan tsan release-clang debug-clang asan-clang tsan-clang)
+
+usage() {
+  cat <<END
+usage: ./test.sh [--preset NAME] [FILTER]
+
+Installs what is missing, builds in build/NAME, runs the tests with CTest and ends with CTest's summary.
+
+  --preset NAME  one of: ${presets[*]}
+                 (release when none is given; asan stands for AddressSanitizer and UndefinedBehaviorSanitizer,
+                 tsan for ThreadSanitizer)
+  FILTER         run only the tests whose names match this regular expression
+  -h, --help     print this and exit
+
+Exit codes: 0 every test passed, 2 wrong argument, anything else: a failure.
+END
+}
+
+refuse() {
+  echo "test.sh: $1" >&2
+  usage >&2
+  exit 2
+}
+
+is_preset() {
+  local known
+  for known in "${presets[@]}"; do
+    if [ "$1" = "$known" ]; then return 0; fi
+  done
+  return 1
+}
+
+preset=release
+filter=
+while [ $# -gt 0 ]; do
+  case $1 in
+    -h | --help)
+      usage
+      exit 0
+      ;;
+    --preset)
+      if [ $# -lt 2 ]; then refuse "--preset needs a name"; fi
+      preset=$2
+      shift
+      ;;
+    --preset=*) preset=${1#*=} ;;
+    -*) refuse "unknown option $1" ;;
+    *)
+      if [ -n "$filter" ]; then refuse "more than one filter: $1"; fi
+      if [ -z "$1" ]; then refuse "empty filter"; fi
+      filter=$1
+      ;;
+  esac
+  shift
+done
+if ! is_preset "$preset"; then refuse "unknown preset $preset"; fi
+
+packages=("${packages_build[@]}" "${packages_tools[@]}" "${packages_tests[@]}")
+case $preset in
+  *-clang) packages+=("${packages_clang[@]}") ;;
+  *) packages+=("${packages_gcc[@]}") ;;
+esac
+case $preset in
+  asan-clang | tsan-clang) packages+=("${packages_clang_sanitizers[@]}") ;;
+esac
+install_packages "for the preset $preset" "${packages[@]}"
+
+cmake --preset "$preset"
+cmake --build --preset "$preset"
+ctest --preset "$preset" ${filter:+--tests-regex "$filter"}
