@@ -62,13 +62,15 @@ TEST(FaultRules, RulesOfOneKindAddUp) {
 }
 
 TEST(FaultRules, AFaultSetNamesItsFaults) {
-  const std::vector<std::string> every_kind{"truncate", "id",    "digest", "reorder", "duplicate",
-                                            "loss",     "delay", "error",  "interim"};
+  const std::vector<std::string> every_kind{"flood", "replay", "corrupt", "truncate",
+                                            "id",    "digest", "reorder", "duplicate",
+                                            "loss",  "delay",  "error",   "interim"};
   std::vector<std::string> rules;
   for (const std::string& kind : every_kind) {
     rules.push_back(kind + "=every:1");
   }
-  EXPECT_EQ(source_of(rules).next().names(), "interim,error,delay,loss,duplicate,reorder,digest,id,truncate");
+  EXPECT_EQ(source_of(rules).next().names(),
+            "interim,error,delay,loss,duplicate,reorder,digest,id,truncate,corrupt,replay,flood");
   EXPECT_EQ(source_of({}).next().names(), "");
 }
 

@@ -59,6 +59,8 @@ TEST(Options, TakesEachOption) {
                                  "6",
                                  "--truncate-to",
                                  "0",
+                                 "--flood-count",
+                                 "8",
                                  "--final-after-error",
                                  "--trace"});
   EXPECT_EQ(ntohl(options.address.sin_addr.s_addr), 0x7f090807U);
@@ -71,6 +73,8 @@ TEST(Options, TakesEachOption) {
   EXPECT_EQ(options.faults.interim_gap, std::chrono::milliseconds(5));
   EXPECT_EQ(options.faults.delay, std::chrono::milliseconds(6));
   EXPECT_EQ(options.faults.truncate_to, 0U);
+  EXPECT_EQ(options.faults.flood_count, 8U);
+  EXPECT_EQ(options.faults.seed, 9U);
   EXPECT_TRUE(options.faults.final_after_error);
   EXPECT_TRUE(options.trace);
   EXPECT_FALSE(options.trace_hex);
@@ -98,7 +102,7 @@ TEST(Options, AnEmptyPassPhraseIsAPassPhrase) {
 TEST(Options, HelpNamesEveryFault) {
   const std::string help = parse({"--help"}).help;
   for (const char* kind : {"interim", "error", "delay", "loss", "duplicate", "reorder", "digest", "id",
-                           "truncate", "Examples:"}) {
+                           "truncate", "corrupt", "replay", "flood", "Examples:"}) {
     EXPECT_NE(help.find(kind), std::string::npos) << kind;
   }
 }

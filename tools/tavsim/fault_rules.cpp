@@ -9,8 +9,9 @@
 namespace tavsim {
 namespace {
 
-constexpr std::string_view fault_names[fault_kinds] = {"interim", "error",  "delay", "loss",    "duplicate",
-                                                       "reorder", "digest", "id",    "truncate"};
+constexpr std::string_view fault_names[fault_kinds] = {"interim",   "error",   "delay",  "loss",
+                                                       "duplicate", "reorder", "digest", "id",
+                                                       "truncate",  "corrupt", "replay", "flood"};
 
 struct WhenName {
   std::string_view name;

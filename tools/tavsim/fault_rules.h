@@ -9,8 +9,21 @@
 
 namespace tavsim {
 
-enum class Fault { interim, error, delay, loss, duplicate, reorder, digest, id, truncate };
-constexpr std::size_t fault_kinds = 9;
+enum class Fault {
+  interim,
+  error,
+  delay,
+  loss,
+  duplicate,
+  reorder,
+  digest,
+  id,
+  truncate,
+  corrupt,
+  replay,
+  flood
+};
+constexpr std::size_t fault_kinds = 12;
 
 /// The faults that strike one request.
 class FaultSet {

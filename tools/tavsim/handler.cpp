@@ -33,9 +33,9 @@ void Handler::serve(const Request& request, const sockaddr_in& from, Clock::time
   const FaultSet faults = faults_.next();
   const Answer reply = answer(request, faults);
   trace_request(request, from, faults, reply.summary);
-  Deliveries deliveries = inject(request, reply.packet, faults, settings_, crypto_);
-  for (Outgoing& interim : address_to(from, now, requests_, std::move(deliveries.interim))) {
-    outbox.put(std::move(interim));
+  Deliveries deliveries = inject(request, reply.packet, faults, settings_, crypto_, noise_);
+  for (Outgoing& ahead : address_to(from, now, requests_, std::move(deliveries.ahead))) {
+    outbox.put(std::move(ahead));
   }
   std::vector<Outgoing> final = address_to(from, now, requests_, std::move(deliveries.final));
   if (faults.has(Fault::reorder) && !outbox.is_holding()) {

@@ -20,7 +20,8 @@ class Handler {
         responder_(std::move(responder)),
         faults_(std::move(faults)),
         settings_(settings),
-        trace_(trace) {}
+        trace_(trace),
+        noise_(settings.seed) {}
 
   /// Takes any datagram. One that is no verified request is dropped; the answers to others go into `outbox`.
   void handle(ByteView datagram, const sockaddr_in& from, Clock::time_point now, Outbox& outbox);
@@ -39,6 +40,7 @@ class Handler {
   FaultSource faults_;
   FaultSettings settings_;
   const Trace& trace_;
+  Noise noise_;
   std::uint64_t requests_ = 0;
 };
 

@@ -15,7 +15,7 @@ constexpr const char* fault_help = R"(Faults:
   --fault KIND=prob:P    strikes a request with probability P (0 to 1, drawn with --seed)
   Only verified requests count. Kinds can be combined and repeated; the same options and the same requests
   give the same faults. KIND is one of
-    interim    sends --interim-count interim replies first; the faults below spare them
+    interim    sends --interim-count interim replies first
     error      refuses the request with an error reply (--final-after-error: the real reply follows it)
     delay      sends the reply --delay-ms later; other replies do not wait for it
     loss       sends no reply
@@ -24,6 +24,10 @@ constexpr const char* fault_help = R"(Faults:
     digest     spoils the reply's digest
     id         answers under another request id, with a right digest
     truncate   cuts the reply to --truncate-to bytes
+    corrupt    flips one bit anywhere in the reply
+    replay     sends one of the last 64 replies again first, whoever asked for it
+    flood      sends --flood-count datagrams first: random bytes, and replies under guessed ids with wrong digests
+  Interim replies, replays and floods are spared by the other faults.
 
 Entries:
   FILE is a JSON array of objects. "address" (dotted quad) is required; "user", "string2", "string3" (texts),
@@ -69,7 +73,8 @@ void add_fault_options(CLI::App& app, Raw& raw, Options& options) {
   app.add_option("--fault", raw.rules, "Add a fault, see below; repeatable")
       ->type_name("KIND=WHEN")
       ->allow_extra_args(false);
-  app.add_option("--seed", options.seed, "Seed of the probabilities")->capture_default_str();
+  app.add_option("--seed", options.seed, "Seed of the probabilities and of random bytes")
+      ->capture_default_str();
   app.add_option("--interim-count", options.faults.interim_count, "Interim replies per interim fault")
       ->capture_default_str();
   app.add_option("--interim-gap-ms", raw.interim_gap, "Milliseconds behind each interim reply")
@@ -77,6 +82,8 @@ void add_fault_options(CLI::App& app, Raw& raw, Options& options) {
   app.add_option("--delay-ms", raw.delay, "Milliseconds of a delay fault")->capture_default_str();
   app.add_option("--truncate-to", raw.truncate_to,
                  "Bytes left by a truncate fault; half of the reply by default");
+  app.add_option("--flood-count", options.faults.flood_count, "Datagrams per flood fault")
+      ->capture_default_str();
   app.add_flag("--final-after-error", options.faults.final_after_error,
                "Send the real reply behind an error fault's reply");
 }
@@ -99,6 +106,7 @@ void convert(const CLI::App& app, const Raw& raw, Options& options) {
   options.faults.interim_gap = std::chrono::milliseconds(raw.interim_gap);
   options.faults.delay = std::chrono::milliseconds(raw.delay);
   if (app.count("--truncate-to") > 0) options.faults.truncate_to = raw.truncate_to;
+  options.faults.seed = options.seed;
   options.trace = options.trace || options.trace_hex;
 }
 
