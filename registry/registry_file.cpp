@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
+
 namespace tavlib {
 
 namespace {
@@ -49,6 +51,18 @@ Stream open_or_create(const char* path) {
 
 bool is_writable(std::FILE* stream) {
   return (fcntl(fileno(stream), F_GETFL) & O_ACCMODE) == O_RDWR;
+}
+
+void sync_folder_of(const char* path) {
+  const KeepError keep;
+  const char* slash = std::strrchr(path, '/');
+  char folder[1024];
+  static_cast<void>(std::snprintf(folder, sizeof folder, "%.*s.",
+                                  slash == nullptr ? 0 : static_cast<int>(slash + 1 - path), path));
+  const int fd = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd == -1) return;
+  fsync(fd);
+  close(fd);
 }
 
 bool lock_current(Stream& stream, const char* path, AFileLocker::FILELOCKER kind,

@@ -18,6 +18,11 @@ Stream open_or_create(const char* path);
 
 bool is_writable(std::FILE* stream);
 
+/// Makes the name that a file was given, by a rename or when it was created, outlast a loss of power. `path`
+/// has at most 1022 characters. A file system that cannot do it has given the name all the same, so there is
+/// no failure to report; the run-time error stays.
+void sync_folder_of(const char* path);
+
 /// Locks the file that `path` names now, waiting for it. A commit of another process replaces the file, so
 /// `stream` is opened again when the path names another file once the lock is held: whoever holds the lock
 /// sees every change made before. A lock that `lock` held is released first. False with the system's error.

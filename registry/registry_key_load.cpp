@@ -77,7 +77,10 @@ int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, 
   auto loaded = std::make_unique<ARegistryData>();
   if (plan == Plan::Read && !tavlib::read_values(fileno(file.get()), *section.values_at, *loaded)) return 0;
   tavlib::TextBlock name(tavlib::copy_text(target.c_str()));
-  if (plan == Plan::AppendSection && !tavlib::append_section(fileno(file.get()), target)) return 0;
+  if (plan == Plan::AppendSection) {
+    if (!tavlib::append_section(fileno(file.get()), target)) return 0;
+    tavlib::sync_folder_of(path);  // The file itself may be new.
+  }
   if (created != nullptr && plan == Plan::AppendSection && !section.present) *created = 1;
   keyName = std::move(name);
   values = std::move(loaded);

@@ -1,6 +1,7 @@
 #include "registry/replacement_file.h"
 
 #include "registry/failure.h"
+#include "registry/registry_file.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -34,6 +35,7 @@ bool ReplacementFile::finish() {
 bool ReplacementFile::replace() {
   if (!finish() || std::rename(temporary_, path_) != 0) return false;
   pending_ = false;
+  sync_folder_of(path_);
   return true;
 }
 

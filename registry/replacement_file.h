@@ -21,8 +21,8 @@ class ReplacementFile {
   /// The stream to write to; null when the file could not be opened, with the system's error.
   std::FILE* stream() const { return stream_.get(); }
 
-  /// Renames the file over `path` once it is safely on the disk. False with the system's error; `path` is
-  /// then untouched. Every earlier write must have succeeded.
+  /// Renames the file over `path` once it is safely on the disk, and makes that outlast a loss of power.
+  /// False with the system's error; `path` is then untouched. Every earlier write must have succeeded.
   bool replace();
 
  private:

@@ -83,7 +83,7 @@ bool append_section(int fd, const std::string& target) {
   const std::optional<bool> own_line = ends_with_newline(fd, file.st_size);
   if (!own_line) return false;
   const std::string header = (*own_line ? "[" : "\n[") + target + "]\n";
-  if (write_at(fd, header, file.st_size)) return true;
+  if (write_at(fd, header, file.st_size) && fsync(fd) == 0) return true;
   const KeepError keep;
   [[maybe_unused]] const int undone = ftruncate(fd, file.st_size);
   return false;

@@ -26,8 +26,8 @@ bool find_section(int fd, const std::string& target, ARegistryKeyList& below, Se
 /// False with the system's error. Throws ARegistryException or std::bad_alloc when memory runs out.
 bool read_values(int fd, off_t position, ARegistryData& values);
 
-/// Appends a header line for `target`. False with the system's error; the file is then as it was. The caller
-/// holds an exclusive lock.
+/// Appends a header line for `target`, safely on the disk. False with the system's error; the file is then as
+/// it was. The caller holds an exclusive lock.
 bool append_section(int fd, const std::string& target);
 
 }  // namespace tavlib
