@@ -12,8 +12,9 @@ namespace tavtest {
 
 /// A clock that only the test moves, and waits that cost no real time.
 ///
-/// While an object lives (one at a time), gettimeofday reads this clock, and each select with a read set and
-/// a time-out (other calls go to libc) goes through these steps:
+/// While an object lives (one at a time), gettimeofday reads this clock, CLOCK_MONOTONIC starts at 0 and
+/// moves with it except when it is set, and each select with a read set and a time-out (other calls go to
+/// libc) goes through these steps:
 ///   1. the time-out asked for is recorded;
 ///   2. the on_wait hook, if any, is called: the place where a scripted server sends its reply, or time
 ///   passes;
@@ -40,6 +41,8 @@ class FakeTime {
   FakeTime& operator=(const FakeTime&) = delete;
 
   timeval now() const;
+
+  /// Sets the time of day, as an administrator would.
   void set(time_t seconds, suseconds_t microseconds);
   void advance(std::chrono::microseconds time);
 

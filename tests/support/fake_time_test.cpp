@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <sys/select.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace tavtest {
 namespace {
@@ -46,6 +48,21 @@ TEST_F(FakeTimeTest, TheClockStandsStillUntilItIsMoved) {
   EXPECT_EQ(clock().tv_usec, 500007);
   time.set(5, 0);
   EXPECT_EQ(clock().tv_sec, 5);
+}
+
+TEST_F(FakeTimeTest, SettingTheClockLeavesTheMonotonicOneAlone) {
+  const auto uptime = [] {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::pair(now.tv_sec, now.tv_nsec);
+  };
+  FakeTime time(100, 7);
+  EXPECT_EQ(uptime(), std::pair(time_t{0}, 0L));
+  time.advance(std::chrono::milliseconds(1500));
+  time.set(5, 0);
+  EXPECT_EQ(uptime(), std::pair(time_t{1}, 500'000'000L));
+  EXPECT_EQ(wait({2, 0}), 0);
+  EXPECT_EQ(uptime(), std::pair(time_t{3}, 500'000'000L));
 }
 
 TEST_F(FakeTimeTest, AWaitForNothingMovesTheClockByItsTimeOut) {

@@ -1,4 +1,5 @@
 #include <sys/select.h>
+#include <time.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,6 +18,7 @@ using std::chrono::microseconds;
 struct FakeTime::State {
   std::mutex mutex;
   microseconds clock{0};
+  microseconds uptime{0};  // what CLOCK_MONOTONIC reads
   microseconds bound{0};
   int error_number = 0;
   Hook hook;
@@ -49,6 +51,11 @@ Current& current() {
 std::shared_ptr<FakeTime::State> current_state() {
   const std::lock_guard lock(current().mutex);
   return current().state;
+}
+
+void pass(FakeTime::State& state, microseconds time) {
+  state.clock += time;
+  state.uptime += time;
 }
 
 // By hand, since FD_ISSET ends at descriptor 1023.
@@ -91,7 +98,7 @@ int fake_select(FakeTime::State& state, Select* real, int count, fd_set* read, f
   const int ready = real(count, read, write, except, &bounded);
   if (ready == 0) {
     const std::lock_guard lock(state.mutex);
-    state.clock += microseconds_of(timeout);
+    pass(state, microseconds_of(timeout));
   }
   return ready;
 }
@@ -122,7 +129,7 @@ void FakeTime::set(time_t seconds, suseconds_t rest) {
 
 void FakeTime::advance(microseconds time) {
   const std::lock_guard lock(state_->mutex);
-  state_->clock += time;
+  pass(*state_, time);
 }
 
 void FakeTime::on_wait(Hook hook) {
@@ -175,5 +182,15 @@ TAVTEST_REPLACES_LIBC int gettimeofday(timeval* time, void* zone) noexcept {
   if (!state) return real(time, zone);
   const std::lock_guard lock(state->mutex);
   *time = tavtest::timeval_of(state->clock);
+  return 0;
+}
+
+TAVTEST_REPLACES_LIBC int clock_gettime(clockid_t id, timespec* time) noexcept {
+  static auto* const real = tavtest::next_symbol<int(clockid_t, timespec*)>("clock_gettime");
+  const auto state = id == CLOCK_MONOTONIC ? tavtest::current_state() : nullptr;
+  if (!state) return real(id, time);
+  const std::lock_guard lock(state->mutex);
+  const timeval uptime = tavtest::timeval_of(state->uptime);
+  *time = {uptime.tv_sec, uptime.tv_usec * 1000};
   return 0;
 }
