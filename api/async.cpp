@@ -71,3 +71,10 @@ int TAVASyncStatus(TAVASYNC* async, int wait) {
     if (wait == 0) return tavlib::refuse(TAV_E_PENDING);
   }
 }
+
+int TAVASyncAbandon(TAVASYNC* async) {
+  if (async == nullptr || async->Request == nullptr) return 1;
+  if (tavlib::living_owner(*async->Request) == nullptr) return orphaned(*async);
+  tavlib::release_request(*async);
+  return 1;
+}

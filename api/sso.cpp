@@ -3,6 +3,7 @@
 #include <tavlib/api/query.h>
 #include <tavlib/api/sso.h>
 
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -129,4 +130,11 @@ void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLeng
   }
   TAVSetLastError(failure);
   callback(0, cookie);
+}
+
+unsigned SSO_ExpireLookups(unsigned milliseconds) {
+  const auto now = std::chrono::steady_clock::now();
+  if (g_ServerList == nullptr) return static_cast<unsigned>(tavlib::refuse(TAV_E_NOTINITIALISED));
+  tavlib::finish_settled_lookups(g_SsoServer);
+  return tavlib::expire_lookups(now - std::chrono::milliseconds(milliseconds));
 }

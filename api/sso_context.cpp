@@ -52,6 +52,7 @@ void SSO_TAVContext::Go() {
     closeQuery();
     throw tavexception(TAVGetLastError());
   }
+  started = std::chrono::steady_clock::now();
   TAVServerInterface::MarkLookup(handle.Request);
 }
 

@@ -4,6 +4,7 @@
 #include <tavlib/api/sso.h>
 
 #include <cstdint>
+#include <memory>
 
 #include "api/attached_request.h"
 #include "api/process_state.h"
@@ -27,9 +28,15 @@ ServerInterface::ASyncRequest* read_lookup(TAVServerInterface& server) {
 
 // Ends a look-up: its request leaves every table before the host is called.
 void finish(ServerInterface::ASyncRequest* request) {
-  SSO_TAVContext* lookup = SSO_TAVContext::Of(request);
+  const std::unique_ptr<SSO_TAVContext> lookup(SSO_TAVContext::Of(request));
   const int result = conclude(*handle_of(request));
-  if (lookup->Finish(result, TAVGetLastError()) != 0) delete lookup;
+  lookup->Finish(result, TAVGetLastError());
+}
+
+void expire(ServerInterface::ASyncRequest* request) {
+  const std::unique_ptr<SSO_TAVContext> lookup(SSO_TAVContext::Of(request));
+  release_request(*handle_of(request));
+  lookup->Finish(refuse(TAV_E_ABANDONED), TAV_E_ABANDONED);
 }
 
 }  // namespace
@@ -54,6 +61,21 @@ void drop_lookups() {
   while (const ServerInterface::ASyncRequest* request = g_ServerList->FindRequest(is_layers_lookup)) {
     delete SSO_TAVContext::Of(request);
   }
+}
+
+// A callback may exit the library, so the list is looked for each time.
+unsigned expire_lookups(std::chrono::steady_clock::time_point started_before) {
+  const auto next = [started_before]() -> ServerInterface::ASyncRequest* {
+    if (g_ServerList == nullptr) return nullptr;
+    return g_ServerList->FindRequest([started_before](const ServerInterface::ASyncRequest* request) {
+      const SSO_TAVContext* lookup = SSO_TAVContext::Of(request);
+      return lookup != nullptr && lookup->IsOlderThan(started_before);
+    });
+  };
+  unsigned count = 0;
+  for (; ServerInterface::ASyncRequest* request = next(); ++count)
+    expire(request);
+  return count;
 }
 
 int SSO_SocketReady(int first, void* argument) {

@@ -3,6 +3,8 @@
 
 #include <tavlib/protocol/server_interface.h>
 
+#include <chrono>
+
 /// The single-sign-on layer's look-ups in flight, as the rest of the interface sees them.
 namespace tavlib {
 
@@ -11,6 +13,10 @@ bool is_layers_lookup(const ServerInterface::ASyncRequest* request);
 
 /// Finishes every look-up on the server whose answer was read by somebody else. Hosts' callbacks run.
 void finish_settled_lookups(unsigned long server);
+
+/// Ends every look-up in flight whose request was sent before `started_before`, the oldest first: callback(0)
+/// with last error 4. Returns how many.
+unsigned expire_lookups(std::chrono::steady_clock::time_point started_before);
 
 /// Deletes every look-up of the layer still in flight, without its callback.
 void drop_lookups();

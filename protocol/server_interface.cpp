@@ -76,14 +76,6 @@ void ServerInterface::Forget(ASyncRequest* request) {
   if (ended != nullptr) ended(request);
 }
 
-ServerInterface::ASyncRequest* ServerInterface::FindRequest(bool (*wanted)(const ASyncRequest*)) const {
-  for (const auto& [id, request] : requests) {
-    if (wanted(request)) return request;
-  }
-  const auto found = std::find_if(settled.begin(), settled.end(), wanted);
-  return found == settled.end() ? nullptr : *found;
-}
-
 // The id may have come round to another request by now, so the pointers decide.
 void ServerInterface::remove(ASyncRequest* request) {
   const auto found = requests.find(request->registeredId);

@@ -77,11 +77,3 @@ unsigned TAVServerList::QueryEntry(unsigned a1, unsigned a2, _TAVENTRYW& entry, 
 unsigned TAVServerList::GetSerial() const {
   return serial;
 }
-
-ServerInterface::ASyncRequest* TAVServerList::FindRequest(
-    bool (*wanted)(const ServerInterface::ASyncRequest*)) const {
-  for (const auto& [address, server] : servers) {
-    if (ServerInterface::ASyncRequest* request = server->FindRequest(wanted)) return request;
-  }
-  return nullptr;
-}

@@ -42,6 +42,13 @@ TAVLIB_API int TAVASyncPop(TAVASYNC** async, unsigned long server);
 /// owners are told as usual.
 TAVLIB_API int TAVASyncStatus(TAVASYNC* async, int wait);
 
+/// Gives the handle's request up, whether it is outstanding or answered and not told yet: the handle is empty
+/// afterwards, a late answer is dropped, and an enumeration whose step it was may start another. 1, also when
+/// nothing is attached; 0 with last error 7 when the library was exited since (the handle is emptied all the
+/// same). `async` may be null. It never waits. An addition of this library to the interface: nothing else
+/// changes when it is not called.
+TAVLIB_API int TAVASyncAbandon(TAVASYNC* async);
+
 TAVLIB_END_C
 
 #endif

@@ -22,6 +22,8 @@
 #include <tavlib/api/async.h>
 #include <tavlib/protocol/entry.h>
 
+#include <chrono>
+
 class TAVQueryEnum;
 
 #endif
@@ -64,6 +66,15 @@ TAVLIB_API int SSO_GetUserByAddr(unsigned long address, char* user, unsigned use
 TAVLIB_API void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLength, char* second,
                                        unsigned secondLength, SSO_Callback callback, void* cookie);
 
+/// Ends every asynchronous look-up that was started more than `milliseconds` ago and is not answered yet, the
+/// oldest first: its callback is called with 0 and last error 4, and a late answer is dropped. Returns how
+/// many it ended; 0 with last error 7 when the library is not initialised. Look-ups whose answer was read by
+/// another call are finished first and not counted; those that a callback starts are left alone. Ages are
+/// measured by a clock that setting the system time does not move. An addition of this library to the
+/// interface, since a datagram is easily lost and a look-up whose answer never comes stays until SSO_Exit:
+/// hosts call it now and then. Nothing else changes when it is not called.
+TAVLIB_API unsigned SSO_ExpireLookups(unsigned milliseconds);
+
 TAVLIB_END_C
 
 #ifdef __cplusplus
@@ -77,9 +88,9 @@ class TAVLIB_API tavexception {
 };
 
 /// One asynchronous look-up. SSO_GetUserByAddrAsync makes them, and the layer deletes them when they end. A
-/// host that makes one itself does so with new: once started, the layer deletes it when the socket's callback
-/// or a blocking look-up finishes it; a host that takes its answer with TAVASyncPop calls Finish and deletes
-/// it itself.
+/// host that makes one itself does so with new: once started, the layer deletes it when the socket's
+/// callback, a blocking look-up or SSO_ExpireLookups finishes it; a host that takes its answer with
+/// TAVASyncPop calls Finish and deletes it itself.
 class TAVLIB_API SSO_TAVContext {
  public:
   /// Begins the enumeration. Throws tavexception when that fails. Arguments as for SSO_GetUserByAddrAsync.
@@ -110,6 +121,9 @@ class TAVLIB_API SSO_TAVContext {
   void GiveToLayer();
   bool BelongsToLayer() const;
 
+  /// Whether the request was sent before `moment`.
+  bool IsOlderThan(std::chrono::steady_clock::time_point moment) const { return started < moment; }
+
  protected:
   TAVQueryEnum* query{nullptr};
   uint32_t answered{0};  ///< 1 once an answer was delivered.
@@ -125,6 +139,7 @@ class TAVLIB_API SSO_TAVContext {
   bool original{true};  ///< False in a copy, which does not own `query`.
   bool sent{false};     ///< Whether the request of `handle`, if any, is this object's own.
   bool layers{false};
+  std::chrono::steady_clock::time_point started{};  ///< When the request was sent.
 
  private:
   void closeQuery();

@@ -96,8 +96,18 @@ class TAVLIB_API ServerInterface {
   /// Removes every trace of the request, so that its memory may end. A late reply is dropped.
   void Forget(ASyncRequest* request);
 
-  /// Any request, in flight or kept, for which `wanted` returns true; null when there is none.
-  ASyncRequest* FindRequest(bool (*wanted)(const ASyncRequest*)) const;
+  /// The first request, in flight by id or else kept, for which `wanted(request)` is true; null when there is
+  /// none.
+  template <typename Wanted>
+  ASyncRequest* FindRequest(Wanted wanted) const {
+    for (const auto& [id, request] : requests) {
+      if (wanted(request)) return request;
+    }
+    for (ASyncRequest* request : settled) {
+      if (wanted(request)) return request;
+    }
+    return nullptr;
+  }
 
  protected:
   /// Called for a request that ends without its completion routine: wrong digest, abandoned, forgotten.

@@ -71,7 +71,13 @@ class TAVLIB_API TAVServerList {
   unsigned GetSerial() const;
 
   /// ServerInterface::FindRequest over all servers.
-  ServerInterface::ASyncRequest* FindRequest(bool (*wanted)(const ServerInterface::ASyncRequest*)) const;
+  template <typename Wanted>
+  ServerInterface::ASyncRequest* FindRequest(Wanted wanted) const {
+    for (const auto& [address, server] : servers) {
+      if (ServerInterface::ASyncRequest* request = server->FindRequest(wanted)) return request;
+    }
+    return nullptr;
+  }
 
  protected:
   std::map<unsigned long, TAVServerInterface*> servers;  ///< Owned.
