@@ -1,0 +1,172 @@
+// Each kind of fault by itself, against each way to look users up.
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+#include "faults/network/hostile_network.h"
+#include "faults/network/prediction.h"
+
+namespace tavtest {
+namespace {
+
+constexpr unsigned lookups = 300;
+
+using std::chrono::milliseconds;
+
+struct Strike {
+  const char* name;
+  Faults faults;
+  Verdict struck;  ///< How a look-up ends that the fault strikes; `right` when it does no harm.
+  long strikes;
+
+  friend std::ostream& operator<<(std::ostream& out, const Strike& each) { return out << each.name; }
+};
+
+tavsim::FaultSettings truncated_to(std::uint32_t size) {
+  tavsim::FaultSettings settings;
+  settings.truncate_to = size;
+  return settings;
+}
+
+tavsim::FaultSettings delayed_by(milliseconds delay) {
+  tavsim::FaultSettings settings;
+  settings.delay = delay;
+  return settings;
+}
+
+tavsim::FaultSettings interims(std::uint32_t count, milliseconds gap) {
+  tavsim::FaultSettings settings;
+  settings.interim_count = count;
+  settings.interim_gap = gap;
+  return settings;
+}
+
+tavsim::FaultSettings answered_after_errors() {
+  tavsim::FaultSettings settings;
+  settings.final_after_error = true;
+  return settings;
+}
+
+const std::vector<Strike> strikes{
+    {"None", {}, Verdict::right, 0},
+    {"Loss", {{"loss=every:3"}}, Verdict::lost, 100},
+    {"FirstLost", {{"loss=first:40"}}, Verdict::lost, 40},
+    {"Delay", {{"delay=every:2"}, delayed_by(milliseconds(20000))}, Verdict::right, 0},
+    {"Duplicate", {{"duplicate=every:1"}}, Verdict::right, 0},
+    {"Digest", {{"digest=every:4"}}, Verdict::bad_digest, 75},
+    {"BothDigests", {{"digest=every:4", "duplicate=every:2"}}, Verdict::bad_digest, 75},
+    {"WrongId", {{"id=every:5"}}, Verdict::lost, 60},
+    {"CutInHalf", {{"truncate=every:3"}}, Verdict::lost, 100},
+    {"CutToNothing", {{"truncate=every:3"}, truncated_to(0)}, Verdict::lost, 100},
+    {"CutInItsId", {{"truncate=every:3"}, truncated_to(11)}, Verdict::lost, 100},
+    {"CutToItsHeader", {{"truncate=every:3"}, truncated_to(12)}, Verdict::lost, 100},
+    {"CutBeforeItsEnd", {{"truncate=every:3"}, truncated_to(99)}, Verdict::lost, 100},
+    {"Error", {{"error=every:4"}}, Verdict::error_reply, 75},
+    {"ErrorThenAnswer", {{"error=every:4"}, answered_after_errors()}, Verdict::error_reply, 75},
+    {"Interim", {{"interim=every:2"}, interims(30, milliseconds(0))}, Verdict::right, 0},
+    {"SlowInterim", {{"interim=every:5"}, interims(4, milliseconds(299000))}, Verdict::right, 0},
+    {"InterimOnly", {{"interim=every:3", "loss=every:3"}, interims(9, milliseconds(10))}, Verdict::lost, 100},
+    {"Replay", {{"replay=every:1"}}, Verdict::right, 0}};
+
+struct Way {
+  const char* name;
+  Kind kind;
+  bool waits;
+
+  friend std::ostream& operator<<(std::ostream& out, const Way& each) { return out << each.name; }
+};
+
+const std::vector<Way> ways{{"LookUpBlocking", Kind::sso, true},  {"QueryBlockingA", Kind::narrow, true},
+                            {"QueryBlockingW", Kind::wide, true}, {"LookUpInLoop", Kind::sso, false},
+                            {"PoppedA", Kind::narrow, false},     {"PoppedW", Kind::wide, false}};
+
+template <typename Tested>
+std::string name_of(const testing::TestParamInfo<std::tuple<Tested, Way>>& test) {
+  return std::string(std::get<0>(test.param).name) + "To" + std::get<1>(test.param).name;
+}
+
+Verdict undisturbed(const Users& users, const Step& step) {
+  return users.at(step.index) == User{} ? Verdict::nobody : Verdict::right;
+}
+
+class FaultKind : public testing::TestWithParam<std::tuple<Strike, Way>> {};
+
+TEST_P(FaultKind, EndsEachLookupWithTheRightAnswerOrItsCode) {
+  const auto& [strike, way] = GetParam();
+  HostileNetwork network(strike.faults);
+  const std::vector<Step> steps = steps_of(way.kind, way.waits, lookups);
+  Prediction prediction(strike.faults);
+  for (const Step& step : steps)
+    prediction.add(undisturbed(network.users(), step), way.waits);
+  const std::vector<Verdict> ends = network.run(steps);
+  EXPECT_EQ(ends, prediction.ends());
+  if (strike.struck != Verdict::right) {
+    EXPECT_EQ(count_of(ends, strike.struck), strike.strikes);
+  }
+  EXPECT_EQ(count_of(ends, Verdict::right) + count_of(ends, Verdict::nobody), lookups - strike.strikes);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FaultKind,
+                         testing::Combine(testing::ValuesIn(strikes), testing::ValuesIn(ways)),
+                         name_of<Strike>);
+
+// A reply that is held back until the next one went out comes too late for whoever waits for it, since nobody
+// asks meanwhile; and in time for everybody else.
+class Reorder : public testing::TestWithParam<Way> {};
+
+TEST_P(Reorder, BringsEachReplyToItsOwnLookup) {
+  const Way way = GetParam();
+  const Faults faults{{"reorder=every:3"}};
+  HostileNetwork network(faults);
+  const std::vector<Step> steps = steps_of(way.kind, way.waits, lookups);
+  Prediction prediction(faults);
+  for (const Step& step : steps)
+    prediction.add(undisturbed(network.users(), step), way.waits);
+  const std::vector<Verdict> ends = network.run(steps);
+  EXPECT_EQ(ends, prediction.ends());
+  EXPECT_EQ(count_of(ends, Verdict::lost), way.waits ? 100 : 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Reorder, testing::ValuesIn(ways),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+// What a flipped bit or a forger can do, who does not know the pass phrase: make a look-up fail or get lost.
+// Never make it tell another user.
+struct Chance {
+  const char* name;
+  Faults faults;
+  long least_right;
+  long most_right;  ///< A flipped bit never goes unnoticed.
+
+  friend std::ostream& operator<<(std::ostream& out, const Chance& each) { return out << each.name; }
+};
+
+tavsim::FaultSettings flood_of(std::uint32_t count) {
+  tavsim::FaultSettings settings;
+  settings.flood_count = count;
+  return settings;
+}
+
+const std::vector<Chance> chances{{"EveryOtherReplyCorrupt", {{"corrupt=every:2"}}, 100, 150},
+                                  {"EveryReplyCorrupt", {{"corrupt=every:1"}}, 0, 0},
+                                  {"CorruptTwins", {{"corrupt=every:3", "duplicate=every:1"}}, 100, 200},
+                                  {"Flood", {{"flood=every:4"}, flood_of(64)}, 100, 300}};
+
+class ChanceFault : public testing::TestWithParam<std::tuple<Chance, Way>> {};
+
+TEST_P(ChanceFault, NeverTellsAnotherUser) {
+  const auto& [chance, way] = GetParam();
+  HostileNetwork network(chance.faults);
+  const std::vector<Verdict> ends = network.run(steps_of(way.kind, way.waits, lookups));
+  EXPECT_EQ(count_of(ends, Verdict::wrong), 0);
+  const long right = count_of(ends, Verdict::right) + count_of(ends, Verdict::nobody);
+  EXPECT_GE(right, chance.least_right);
+  EXPECT_LE(right, chance.most_right);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ChanceFault,
+                         testing::Combine(testing::ValuesIn(chances), testing::ValuesIn(ways)),
+                         name_of<Chance>);
+
+}  // namespace
+}  // namespace tavtest
