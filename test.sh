@@ -70,6 +70,9 @@ esac
 case $preset in
   asan-clang | tsan-clang) packages+=("${packages_clang_sanitizers[@]}") ;;
 esac
+case $preset in
+  release | *-clang) packages+=("${packages_fuzz[@]}") ;;
+esac
 install_packages "for the preset $preset" "${packages[@]}"
 
 cmake --preset "$preset"

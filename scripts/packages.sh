@@ -7,6 +7,7 @@ packages_clang=(clang)
 packages_clang_sanitizers=(libclang-rt-14-dev)
 packages_tools=(libssl-dev nlohmann-json3-dev libcli11-dev)
 packages_tests=(libgtest-dev libgmock-dev libbenchmark-dev make)
+packages_fuzz=(clang libclang-rt-14-dev)
 packages_valgrind=(valgrind)
 packages_lint=(clang-format clang-tidy)
 
