@@ -14,6 +14,7 @@ constexpr std::size_t none = 0;
 
 std::atomic<std::size_t> refused_size{none};
 std::atomic<bool> keys_refused{false};
+std::atomic<bool> values_refused{false};
 std::atomic<long> living{0};
 
 void* block(std::size_t size) noexcept {
@@ -47,6 +48,13 @@ RefuseKeys::RefuseKeys() {
 }
 RefuseKeys::~RefuseKeys() {
   keys_refused = false;
+}
+
+RefuseValues::RefuseValues() {
+  values_refused = true;
+}
+RefuseValues::~RefuseValues() {
+  values_refused = false;
 }
 
 long living_blocks() {
@@ -88,12 +96,18 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept {
   release(memory);
 }
 
-// The linker turns calls of pthread_key_create into calls of the wrapper (its --wrap).
+// The linker turns calls of these functions into calls of the wrappers (its --wrap).
 extern "C" {
 
 int __real_pthread_key_create(pthread_key_t* key, void (*destructor)(void*));
 
 int __wrap_pthread_key_create(pthread_key_t* key, void (*destructor)(void*)) {
   return keys_refused ? EAGAIN : __real_pthread_key_create(key, destructor);
+}
+
+int __real_pthread_setspecific(pthread_key_t key, const void* value);
+
+int __wrap_pthread_setspecific(pthread_key_t key, const void* value) {
+  return values_refused ? ENOMEM : __real_pthread_setspecific(key, value);
 }
 }

@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-// A test program that has refusals.cpp in it takes over operator new and pthread_key_create, so that they can
-// be made to refuse.
+// A test program that has refusals.cpp in it takes over operator new, pthread_key_create and
+// pthread_setspecific, so that they can be made to refuse.
 namespace tavtest {
 
 /// While it lives, each request for exactly `size` bytes is refused.
@@ -25,6 +25,16 @@ class RefuseKeys {
 
   RefuseKeys(const RefuseKeys&) = delete;
   RefuseKeys& operator=(const RefuseKeys&) = delete;
+};
+
+/// While it lives, no thread-specific value can be set.
+class RefuseValues {
+ public:
+  RefuseValues();
+  ~RefuseValues();
+
+  RefuseValues(const RefuseValues&) = delete;
+  RefuseValues& operator=(const RefuseValues&) = delete;
 };
 
 /// Blocks from operator new that were not released yet.

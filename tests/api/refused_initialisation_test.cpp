@@ -120,6 +120,18 @@ TEST_F(RefusedInitialisation, WithoutMemoryForAThreadsRecordTheSharedOneIsUsed) 
   EXPECT_EQ(TAVGetLastError(), 1u);
 }
 
+TEST_F(RefusedInitialisation, AThreadsRecordThatCannotBeKeptIsReleasedAndTheSharedOneIsUsed) {
+  ASSERT_EQ(TAVInitialize(), 1);
+  std::thread([] {
+    const RefuseValues refuse;
+    const long before = living_blocks();
+    TAVSetLastError(42);
+    EXPECT_EQ(living_blocks(), before);
+    EXPECT_EQ(TAVGetLastError(), 42u);
+  }).join();
+  EXPECT_EQ(g_SharedRecord.lastError, 42u);
+}
+
 TEST_F(RefusedInitialisation, AThreadsRecordIsReleasedWhenTheThreadEnds) {
   ASSERT_EQ(TAVInitialize(), 1);
   long with_record = 0;
