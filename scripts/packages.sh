@@ -10,6 +10,7 @@ packages_tests=(libgtest-dev libgmock-dev libbenchmark-dev make)
 packages_fuzz=(clang libclang-rt-14-dev)
 packages_valgrind=(valgrind)
 packages_lint=(clang-format clang-tidy)
+packages_coverage=(gcovr)
 
 # Whether a package is installed.
 package_installed() {
