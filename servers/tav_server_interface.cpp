@@ -1,6 +1,8 @@
 #include <tavlib/servers/query_enum.h>
 #include <tavlib/servers/tav_server_interface.h>
 
+#include <atomic>
+
 #include "protocol/packet_view.h"
 
 namespace {
@@ -100,16 +102,17 @@ unsigned TAVServerInterface::ListenStop() {
   return TransactServer(&packet, sizeof packet, kTimeoutMilliseconds);
 }
 
+// The flag is atomic because a further TAVInitialize sets it while another thread adds an entry.
 void TAVServerInterface::SetCommDown() {
-  commUp = 0;
+  std::atomic_ref(commUp).store(0);
 }
 
 void TAVServerInterface::SetCommUp() {
-  commUp = 1;
+  std::atomic_ref(commUp).store(1);
 }
 
 int TAVServerInterface::IsCommUp() {
-  return static_cast<int>(commUp);
+  return static_cast<int>(std::atomic_ref(commUp).load());
 }
 
 int TAVServerInterface::IsLocal() {

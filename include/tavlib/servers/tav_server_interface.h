@@ -38,7 +38,8 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
   unsigned Listen(unsigned short port);
   unsigned ListenStop();
 
-  /// Whether the server is believed reachable (as at first), and whether it is on this host.
+  /// Whether the server is believed reachable (as at first; any thread may ask and set it), and whether it is
+  /// on this host.
   void SetCommDown();
   void SetCommUp();
   int IsCommUp();
