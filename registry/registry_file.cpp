@@ -27,11 +27,13 @@ Stream open_again(const char* path, std::FILE* stream) {
   return is_writable(stream) ? open_for_writing(path) : open_for_reading(path);
 }
 
-/// Whether the path still names the open file. When it names nothing, there is nothing newer than that file.
-bool is_current(std::FILE* stream, const char* path) {
+/// Whether the path still names the open file; nothing, with the system's error, when that cannot be told.
+/// When the path names nothing, there is nothing newer than that file.
+std::optional<bool> is_current(std::FILE* stream, const char* path) {
   struct stat opened {};
   struct stat named {};
-  if (fstat(fileno(stream), &opened) == -1 || stat(path, &named) == -1) return true;
+  if (fstat(fileno(stream), &opened) == -1) return std::nullopt;
+  if (stat(path, &named) == -1) return errno == ENOENT ? std::optional(true) : std::nullopt;
   return opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
@@ -70,7 +72,9 @@ bool lock_current(Stream& stream, const char* path, AFileLocker::FILELOCKER kind
   for (;;) {
     lock.emplace(fileno(stream.get()), kind);
     if (lock->IsValid() == 0) return false;
-    if (is_current(stream.get(), path)) return true;
+    const std::optional<bool> current = is_current(stream.get(), path);
+    if (!current) return false;
+    if (*current) return true;
     Stream again = open_again(path, stream.get());
     lock.reset();
     if (!again) return false;
