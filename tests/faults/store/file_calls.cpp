@@ -47,12 +47,18 @@ int fd_of(void* cookie) {
   return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
 }
 
-// A stream's writer answers 0 for a failure.
+// Like libc's own streams: what a short write left is written by a further one. Fewer bytes than `size` tell
+// the stream of a failure.
 ssize_t write_from_stream(void* cookie, const char* bytes, std::size_t size) {
-  FileCall call{.name = "write", .fd = fd_of(cookie), .bytes = {bytes, size}};
-  const auto result =
-      watched<ssize_t>(call, [&] { return ::write(call.fd, call.bytes.data(), call.bytes.size()); });
-  return result == -1 ? 0 : result;
+  std::string_view left(bytes, size);
+  while (!left.empty()) {
+    FileCall call{.name = "write", .fd = fd_of(cookie), .bytes = left};
+    const auto written =
+        watched<ssize_t>(call, [&] { return ::write(call.fd, call.bytes.data(), call.bytes.size()); });
+    if (written == -1) break;
+    left.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return static_cast<ssize_t>(size - left.size());
 }
 
 // A close that fails has closed all the same.

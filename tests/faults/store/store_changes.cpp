@@ -46,10 +46,10 @@ std::vector<StoreChange> store_changes() {
       {"ADeletedValue", "[A]\na=1\nb=2\n[B]\n", "[A\\]\nb=2\n[B\\]\n", delete_value},
       {"ADeletedKey", "[A]\na=1\n[B]\nb=1\n", "[A\\]\na=1\n", delete_key},
       {"AValueInALargeFile", large + "[A\\]\n", large + "[A\\]\nv=\"new\"\n", set_value},
-      {"ACreatedKey", "[A]\na=1\n", "[A]\na=1\n[New\\]\n", create_key},
-      {"ACreatedKeyAfterALineWithoutItsEnd", "[A]\na=1", "[A]\na=1\n[New\\]\n", create_key},
-      {"ACreatedKeyInALargeFile", large, large + "[New\\]\n", create_key},
-      {"TheFirstKeyOfANewFile", "", "[New\\]\n", create_key, false},
+      {"ACreatedKey", "[A]\na=1\n", "[A]\na=1\n[New\\]\n", create_key, true},
+      {"ACreatedKeyAfterALineWithoutItsEnd", "[A]\na=1", "[A]\na=1\n[New\\]\n", create_key, true},
+      {"ACreatedKeyInALargeFile", large, large + "[New\\]\n", create_key, true},
+      {"TheFirstKeyOfANewFile", "", "[New\\]\n", create_key, true, false},
   };
 }
 

@@ -14,7 +14,11 @@ struct StoreChange {
   std::string before;  ///< The file's text; without a file in the beginning, none.
   std::string after;
   std::function<int(const std::string& path)> make;  ///< The call's result.
+  bool appends{false};                               ///< Writes to the file itself, and not a new one.
   bool file_exists{true};
+
+  /// The bytes that the change writes.
+  std::size_t written() const { return after.size() - (appends ? before.size() : 0); }
 
   friend void PrintTo(const StoreChange& change, std::ostream* out) { *out << change.name; }
 };
