@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
@@ -42,6 +43,14 @@ int ChildProcess::result() {
   }
   pid_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int failed_part(const std::function<std::vector<bool>()>& work) {
+  return in_child([&] {
+    const std::vector<bool> parts = work();
+    const auto failed = std::find(parts.begin(), parts.end(), false);
+    return failed == parts.end() ? 0 : static_cast<int>(failed - parts.begin()) + 1;
+  });
 }
 
 std::string output_of(const std::string& command) {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace tavtest {
 
@@ -28,6 +29,10 @@ class ChildProcess {
 inline int in_child(const std::function<int()>& work) {
   return ChildProcess(work).result();
 }
+
+/// Does `work` in a child: 0 when all that it gives is true, else the number of the first part that is not,
+/// from 1 on.
+int failed_part(const std::function<std::vector<bool>()>& work);
 
 /// What a shell that is forked and executed now prints for `command`.
 std::string output_of(const std::string& command);

@@ -23,7 +23,7 @@ bool sanitized() {
 
 long cycles() {
   if (const char* const wanted = std::getenv("TAVLIB_TEST_CYCLES")) return std::atol(wanted);
-  return sanitized() ? 200 : 1000;
+  return sanitized() ? 200 : 500;
 }
 
 // The bytes that the process has from malloc.

@@ -45,6 +45,17 @@ TEST_F(NoDescriptors, TheLibraryNeedsFiveForThreeServersOrDoesNotStart) {
     EXPECT_GE(TAVGetSocket(each->address_number()), 0);
 }
 
+// The key with the machine-wide port is open all the time.
+TEST_F(NoDescriptors, TheLibraryNeedsOneMoreWithAMachineWidePort) {
+  TestConfig::write_fallback_port(9);
+  {
+    const SpareDescriptors left(5);
+    EXPECT_EQ(error_of(TAVInitialize()), 3U);
+  }
+  const SpareDescriptors left(6);
+  EXPECT_EQ(TAVInitialize(), 1);
+}
+
 TEST_F(NoDescriptors, TheLibraryStartsOnceThereAreSomeAgain) {
   {
     const SpareDescriptors left(0);

@@ -13,17 +13,6 @@ namespace {
 // In a process of its own, since a count that has wrapped stays so.
 class ExitedTooOften : public HostTest {
  protected:
-  // 0 when every part of `work` is true.
-  static int all_true(const std::function<std::vector<bool>()>& work) {
-    return in_child([&] {
-      const std::vector<bool> parts = work();
-      for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (!parts[i]) return static_cast<int>(i) + 1;
-      }
-      return 0;
-    });
-  }
-
   bool answers() const {
     unsigned version = 0;
     return TAVQueryVersion(address(), &version) == 1 && version == 0x00010002;
@@ -33,7 +22,7 @@ class ExitedTooOften : public HostTest {
 }  // namespace
 
 TEST_F(ExitedTooOften, FailsWith7) {
-  EXPECT_EQ(all_true([]() -> std::vector<bool> {
+  EXPECT_EQ(failed_part([]() -> std::vector<bool> {
               TAVExit();
               unsigned version = 0;
               _TAVENTRYA entry{};
@@ -44,7 +33,7 @@ TEST_F(ExitedTooOften, FailsWith7) {
 }
 
 TEST_F(ExitedTooOften, OnceTheNextInitialisationWorksAndItsExitDoesNotCount) {
-  EXPECT_EQ(all_true([this]() -> std::vector<bool> {
+  EXPECT_EQ(failed_part([this]() -> std::vector<bool> {
               TAVExit();
               const bool up = TAVInitialize() == 1 && answers();
               TAVExit();
@@ -55,7 +44,7 @@ TEST_F(ExitedTooOften, OnceTheNextInitialisationWorksAndItsExitDoesNotCount) {
 
 // The count is below zero then, and an initialisation that does not reach zero builds nothing.
 TEST_F(ExitedTooOften, TwiceTheNextInitialisationSucceedsWithoutALibraryAndTheOneAfterItWorks) {
-  EXPECT_EQ(all_true([this]() -> std::vector<bool> {
+  EXPECT_EQ(failed_part([this]() -> std::vector<bool> {
               TAVExit();
               TAVExit();
               const bool first = TAVInitialize() == 1 && !library_is_up() && TAVGetLastError() == 7;
@@ -66,7 +55,7 @@ TEST_F(ExitedTooOften, TwiceTheNextInitialisationSucceedsWithoutALibraryAndTheOn
 
 // Each further initialisation builds the library anew; nobody is left with what it replaced.
 TEST_F(ExitedTooOften, HandlesOfALibraryThatWasBuiltOverAreToldWith7) {
-  EXPECT_EQ(all_true([this]() -> std::vector<bool> {
+  EXPECT_EQ(failed_part([this]() -> std::vector<bool> {
               TAVExit();
               TAVInitialize();
               unsigned version = 0;
@@ -81,7 +70,7 @@ TEST_F(ExitedTooOften, HandlesOfALibraryThatWasBuiltOverAreToldWith7) {
 }
 
 TEST_F(ExitedTooOften, BehindSingleSignOnsBackTheNextInitWorks) {
-  EXPECT_EQ(all_true([]() -> std::vector<bool> {
+  EXPECT_EQ(failed_part([]() -> std::vector<bool> {
               const bool first = SSO_Init() != nullptr;
               TAVExit();
               SSO_Exit();
