@@ -17,8 +17,8 @@ resident size at the start, after the warm-up and at each tenth, and at the end 
   --seed S     seed of addresses and faults, 1 when none is given
   -h, --help   print this and exit
 
-Exit codes: 0 all is well, 1 an answer was wrong or memory grew by more than 1024 KiB after the warm-up, 2 wrong
-argument, anything else: a failure.
+Exit codes: 0 all is well, 1 an answer was wrong, most look-ups were not answered, or memory grew by more than 1024 KiB
+after the warm-up, 2 wrong argument, anything else: a failure.
 END
 }
 

@@ -23,13 +23,14 @@ class SoakReport {
   /// Ends so far.
   std::uint64_t ended() const { return ended_; }
 
-  /// Prints the counts. True when no answer was wrong and the resident size grew by at most `limit` KiB after
-  /// the warm-up.
+  /// Prints the counts. True when no answer was wrong, most look-ups were answered, and the resident size
+  /// grew by at most `limit` KiB after the warm-up.
   bool conclude(long limit) const;
 
  private:
   using Clock = std::chrono::system_clock;  // the monotonic one is the soak's own
 
+  std::uint64_t count_of(Verdict verdict) const { return counts_.at(static_cast<std::size_t>(verdict)); }
   void row(const char* name);
   double seconds() const;
   bool print_growth(long limit) const;
