@@ -14,8 +14,9 @@ TAVLIB_API int MakeDigest(unsigned char digest[16], const void* data, unsigned l
 /// 1 when the 16 bytes of both digests are equal, else 0.
 TAVLIB_API int CompareDigests(const unsigned char a[16], const unsigned char b[16]);
 
-/// Reads a digest from its 32 hexadecimal digits, upper or lower case. A pair that is not hexadecimal leaves
-/// its byte as it was, and nothing is read behind the end of a shorter text. Always 1.
+/// Reads a digest from its 32 hexadecimal digits, upper or lower case. Each pair is read as scanf reads "%x"
+/// ("5g" gives 5); one without a number leaves its byte as it was, and nothing is read behind the end of a
+/// shorter text. Always 1.
 TAVLIB_API int HexToDigest(unsigned char digest[16], const char* hex);
 
 /// Formats each byte of `digest` as two lower-case digits into one two-character text, each over the one
