@@ -85,21 +85,25 @@ std::string name_of(const testing::TestParamInfo<std::tuple<Tested, Way>>& test)
   return std::string(std::get<0>(test.param).name) + "To" + std::get<1>(test.param).name;
 }
 
-Verdict undisturbed(const Users& users, const Step& step) {
-  return users.at(step.index) == User{} ? Verdict::nobody : Verdict::right;
+// Makes the look-ups, and expects each to end as the faults that strike it tell.
+std::vector<Verdict> run_as_predicted(const Faults& faults, const Way& way) {
+  HostileNetwork network(faults);
+  const std::vector<Step> steps = steps_of(way.kind, way.waits, lookups);
+  Prediction prediction(faults);
+  for (const Step& step : steps) {
+    const bool nobody = network.users().at(step.index) == User{};
+    prediction.add(nobody ? Verdict::nobody : Verdict::right, way.waits);
+  }
+  const std::vector<Verdict> ends = network.run(steps);
+  EXPECT_EQ(ends, prediction.ends());
+  return ends;
 }
 
 class FaultKind : public testing::TestWithParam<std::tuple<Strike, Way>> {};
 
 TEST_P(FaultKind, EndsEachLookupWithTheRightAnswerOrItsCode) {
   const auto& [strike, way] = GetParam();
-  HostileNetwork network(strike.faults);
-  const std::vector<Step> steps = steps_of(way.kind, way.waits, lookups);
-  Prediction prediction(strike.faults);
-  for (const Step& step : steps)
-    prediction.add(undisturbed(network.users(), step), way.waits);
-  const std::vector<Verdict> ends = network.run(steps);
-  EXPECT_EQ(ends, prediction.ends());
+  const std::vector<Verdict> ends = run_as_predicted(strike.faults, way);
   if (strike.struck != Verdict::right) {
     EXPECT_EQ(count_of(ends, strike.struck), strike.strikes);
   }
@@ -115,16 +119,8 @@ INSTANTIATE_TEST_SUITE_P(All, FaultKind,
 class Reorder : public testing::TestWithParam<Way> {};
 
 TEST_P(Reorder, BringsEachReplyToItsOwnLookup) {
-  const Way way = GetParam();
-  const Faults faults{{"reorder=every:3"}};
-  HostileNetwork network(faults);
-  const std::vector<Step> steps = steps_of(way.kind, way.waits, lookups);
-  Prediction prediction(faults);
-  for (const Step& step : steps)
-    prediction.add(undisturbed(network.users(), step), way.waits);
-  const std::vector<Verdict> ends = network.run(steps);
-  EXPECT_EQ(ends, prediction.ends());
-  EXPECT_EQ(count_of(ends, Verdict::lost), way.waits ? 100 : 1);
+  const std::vector<Verdict> ends = run_as_predicted({{"reorder=every:3"}}, GetParam());
+  EXPECT_EQ(count_of(ends, Verdict::lost), GetParam().waits ? 100 : 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Reorder, testing::ValuesIn(ways),

@@ -1,13 +1,7 @@
 // Replies that fit: same id, right digest, of another question. Nothing in a reply tells what was asked but
-// its id, so the library cannot know better. Whoever recorded the replies to a host's first requests can
-// answer those that it makes after its next start, when ids begin anew. What holds: the prescribed outcome,
-// sound memory, and the next look-up is unharmed.
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
+// its id, so the library cannot know better. What holds: the prescribed outcome, sound memory, and the next
+// look-up is unharmed.
 
-#include <cstdio>
 #include <ostream>
 
 #include "faults/network/forgery.h"
@@ -85,119 +79,6 @@ INSTANTIATE_TEST_SUITE_P(All, FittingReply,
                            return std::string(std::get<0>(test.param).name) + "To" +
                                   name_of(std::get<1>(test.param));
                          });
-
-/// A host that is started twice: two processes that begin with the same request ids, at the same port.
-class RestartedHost : public testing::Test {
- protected:
-  static constexpr unsigned first = 0x0b000001;
-  static constexpr unsigned lookups = 3;
-
-  // Runs `life` in a process of its own, with the layer up.
-  void live(const std::function<void()>& life) {
-    std::fflush(stdout);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      EXPECT_STREQ(SSO_Init(), "Norvel TAV/TIZ");
-      life();
-      std::fflush(stdout);
-      _exit(HasFailure() ? 1 : 0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
-  }
-
-  unsigned long address() const { return server.address_number(); }
-
-  void take_port(in_port_t port) const {
-    sockaddr_in name{};
-    name.sin_family = AF_INET;
-    name.sin_port = port;
-    ASSERT_EQ(bind(TAVGetSocket(address()), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
-  }
-
-  void start_all(std::array<AsyncLookup, lookups>& started, unsigned addresses) const {
-    for (unsigned i = 0; i < lookups; ++i)
-      started.at(i).start(Kind::sso, address(), addresses + i);
-  }
-
-  std::array<Request, lookups> receive_all() {
-    std::array<Request, lookups> requests;
-    for (Request& each : requests)
-      each = server.receive();
-    return requests;
-  }
-
-  void reply(const Request& request, std::u16string name) {
-    server.reply_entry(request, {.user = std::move(name), .string3 = u"TREE"});
-  }
-
-  FakeServer server{"open sesame"};
-  TestConfig config{{server.configured()}, server.address()};
-  FakeTime time;
-};
-
-TEST_F(RestartedHost, TakesRepliesToItsEarlierLifeForAnswersIfIdAndPortFit) {
-  live([&] {
-    std::array<AsyncLookup, lookups> asked;
-    start_all(asked, first);
-  });
-  const auto earlier = receive_all();
-
-  live([&] {
-    take_port(earlier[0].sender.sin_port);
-    std::array<AsyncLookup, lookups> asked;
-    start_all(asked, first + 100);
-    const auto requests = receive_all();
-    EXPECT_EQ(requests[0].id(), earlier[0].id()) << "ids start anew";
-    EXPECT_EQ(requests[0].sender.sin_port, earlier[0].sender.sin_port);
-
-    reply(earlier[0], u"EARLIER");
-    server.reply_bad_digest(earlier[1]);
-    server.reply_interim(earlier[2]);
-    serve_socket(address());
-    for (const Request& each : requests)
-      reply(each, u"NOW");
-    serve_socket(address());
-    EXPECT_TRUE(tells("EARLIER", asked[0].answer().value()));
-    EXPECT_TRUE(fails_with(13, asked[1].answer().value()));
-    EXPECT_TRUE(tells("NOW", asked[2].answer().value()));
-
-    std::array<AsyncLookup, lookups> next;
-    start_all(next, first);
-    for (const Request& each : earlier)
-      reply(each, u"EARLIER");
-    for (const Request& each : receive_all())
-      reply(each, u"NOW");
-    serve_socket(address());
-    for (const AsyncLookup& each : next)
-      EXPECT_TRUE(tells("NOW", each.answer().value()));
-  });
-}
-
-TEST_F(RestartedHost, DropsRepliesToItsEarlierLifeWhoseIdsItHasPassed) {
-  live([&] {
-    std::array<AsyncLookup, lookups> asked;
-    start_all(asked, first);
-  });
-  const auto earlier = receive_all();
-
-  live([&] {
-    take_port(earlier[0].sender.sin_port);
-    std::array<AsyncLookup, lookups> asked;
-    start_all(asked, first + 100);
-    for (const Request& each : receive_all())
-      reply(each, u"NOW");
-    for (const Request& each : earlier)
-      reply(each, u"EARLIER");
-    serve_socket(address());
-    for (const AsyncLookup& each : asked) {
-      EXPECT_EQ(each.ends(), 1U);
-      EXPECT_TRUE(tells("NOW", each.answer().value()));
-    }
-  });
-}
 
 }  // namespace
 }  // namespace tavtest

@@ -1,5 +1,7 @@
 #include "faults/network/forgery.h"
 
+#include <sys/socket.h>
+
 #include "support/oracle.h"
 
 namespace tavtest {
@@ -27,6 +29,13 @@ void ForgeryTest::expect_unharmed() {
     ASSERT_EQ(lookup.ends(), 1U);
     EXPECT_TRUE(tells("ALICE", *lookup.answer()));
   }
+}
+
+void take_port(unsigned long server, in_port_t port) {
+  sockaddr_in name{};
+  name.sin_family = AF_INET;
+  name.sin_port = port;
+  ASSERT_EQ(bind(TAVGetSocket(server), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
 }
 
 testing::AssertionResult tells(const std::string& user, const Answer& answer) {

@@ -2,6 +2,7 @@
 #define TAVLIB_TESTS_FAULTS_NETWORK_FORGERY_H
 
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 
 #include <functional>
 
@@ -44,6 +45,9 @@ class ForgeryTest : public testing::Test {
   TestConfig config{{server.configured()}, server.address()};
   FakeTime time;
 };
+
+/// Gives the library's socket to a server the port of an earlier one, as the system might, too.
+void take_port(unsigned long server, in_port_t port);
 
 /// Whether a look-up told this user and the tree that goes with the tests' users.
 testing::AssertionResult tells(const std::string& user, const Answer& answer);

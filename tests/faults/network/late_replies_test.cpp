@@ -1,8 +1,5 @@
 // Replies to requests that are over: expired, abandoned, given up by a wait, of a library that was exited
 // since.
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 #include <deque>
 
 #include "faults/network/forgery.h"
@@ -13,14 +10,6 @@ namespace {
 using Request = FakeServer::Request;
 
 constexpr unsigned many = 200;
-
-// Gives the library's socket the port of an earlier one, as the system might, too.
-void take_port(unsigned long server, in_port_t port) {
-  sockaddr_in name{};
-  name.sin_family = AF_INET;
-  name.sin_port = port;
-  ASSERT_EQ(bind(TAVGetSocket(server), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
-}
 
 class LateReplies : public ForgeryTest, public testing::WithParamInterface<Kind> {
  protected:
