@@ -135,6 +135,5 @@ void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLeng
 unsigned SSO_ExpireLookups(unsigned milliseconds) {
   const auto now = std::chrono::steady_clock::now();
   if (g_ServerList == nullptr) return static_cast<unsigned>(tavlib::refuse(TAV_E_NOTINITIALISED));
-  tavlib::finish_settled_lookups(g_SsoServer);
   return tavlib::expire_lookups(now - std::chrono::milliseconds(milliseconds));
 }

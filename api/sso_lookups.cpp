@@ -8,6 +8,7 @@
 
 #include "api/attached_request.h"
 #include "api/process_state.h"
+#include "api/sso_state.h"
 
 namespace tavlib {
 
@@ -63,9 +64,11 @@ void drop_lookups() {
   }
 }
 
-// A callback may exit the library, so the list is looked for each time.
+// A callback may exit the library, so the list is looked for each time. It may also read the answer to a
+// look-up that is due, which is then no longer one to be given up.
 unsigned expire_lookups(std::chrono::steady_clock::time_point started_before) {
   const auto next = [started_before]() -> ServerInterface::ASyncRequest* {
+    finish_settled_lookups(g_SsoServer);
     if (g_ServerList == nullptr) return nullptr;
     return g_ServerList->FindRequest([started_before](const ServerInterface::ASyncRequest* request) {
       const SSO_TAVContext* lookup = SSO_TAVContext::Of(request);

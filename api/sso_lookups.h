@@ -14,8 +14,9 @@ bool is_layers_lookup(const ServerInterface::ASyncRequest* request);
 /// Finishes every look-up on the server whose answer was read by somebody else. Hosts' callbacks run.
 void finish_settled_lookups(unsigned long server);
 
-/// Ends every look-up in flight whose request was sent before `started_before`, the oldest first: callback(0)
-/// with last error 4. Returns how many.
+/// Finishes the gateway server's look-ups whose answer was read by somebody else, and ends every look-up in
+/// flight whose request was sent before `started_before`, the oldest first: callback(0) with last error 4.
+/// Returns how many it ended.
 unsigned expire_lookups(std::chrono::steady_clock::time_point started_before);
 
 /// Deletes every look-up of the layer still in flight, without its callback.

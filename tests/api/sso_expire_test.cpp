@@ -97,6 +97,23 @@ TEST_F(SsoExpire, FinishesALookupWhoseAnswerAnotherCallRead) {
   expect_expired(second);
 }
 
+TEST_F(SsoExpire, FinishesALookupWhoseAnswerACallbackReadMeanwhile) {
+  start(first);
+  const auto answered = start(second);
+  start(third);
+  first.then = [&] {
+    server.reply_entry(answered, user_at(somewhere));
+    TAVASYNC* popped = nullptr;
+    EXPECT_TRUE(failed_with(14, TAVASyncPop(&popped, address())));
+  };
+  time.advance(seconds(1));
+  EXPECT_EQ(SSO_ExpireLookups(0), 2u);
+  expect_expired(first);
+  EXPECT_EQ(second.outcomes, std::vector<int>{1});
+  EXPECT_EQ(second.user_text(), "ALICE");
+  expect_expired(third);
+}
+
 TEST_F(SsoExpire, LeavesRequestsOfTheHostAlone) {
   unsigned version = 0;
   TAVASYNC async{};
