@@ -37,6 +37,22 @@ class ForkingHost : public HostTest {
     std::array<char, 32> user{};
     return SSO_GetUserByAddr(where, user.data(), 31, nullptr, 0) == 1 ? user.data() : "failed";
   }
+
+  // Whether the event loop ends a look-up of the parent after a child did `work`.
+  bool ends_after(const std::function<void()>& work) {
+    lookup.start(somewhere);
+    EXPECT_EQ(in_child([&] {
+                work();
+                return 0;
+              }),
+              0);
+    server.answer_all();
+    loop.run_once();
+    return lookup.told == 1;
+  }
+
+  EventLoop loop;
+  Lookup lookup;
 };
 
 }  // namespace
@@ -141,6 +157,15 @@ TEST_F(ForkingHost, ParentAndChildThatBothAskOnTheSharedSocketMayGetEachOthersAn
   time.on_wait([&](int, timeval) { server.answer(childs); });
   EXPECT_EQ(look_up(somewhere), user_at(7));
   EXPECT_EQ(server.receive().id(), childs.id());
+}
+
+TEST_F(ForkingHost, AChildThatExitsTheLibraryLeavesTheEventLoopAlone) {
+  EXPECT_TRUE(ends_after(TAVExit));
+}
+
+// The set of epoll is the same one in both.
+TEST_F(ForkingHost, AChildThatExitsSingleSignOnTakesTheSocketOutOfTheEventLoop) {
+  EXPECT_FALSE(ends_after(SSO_Exit));
 }
 
 TEST_F(ForkingHost, AChildsChangeOfACountedInitialisationIsItsOwn) {

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <tavlib/tavlib.h>
 
+#include <array>
+
 #include "conformance/host.h"
 #include "faults/hosts/answering_server.h"
 #include "support/config_file.h"
@@ -16,6 +18,18 @@ inline bool library_is_up() {
   unsigned long server = 0;
   return TAVEnumServers(0, &server) == 1;
 }
+
+/// A look-up in flight, and what its callback was told: -1 until then.
+struct Lookup {
+  std::array<char, 32> user{};
+  std::array<char, 32> tree{};
+  int told = -1;
+
+  void start(unsigned long where) {
+    SSO_GetUserByAddrAsync(where, user.data(), 31, tree.data(), 31, ended, this);
+  }
+  static void ended(int success, void* cookie) { static_cast<Lookup*>(cookie)->told = success; }
+};
 
 /// A host with one server, which is also the gateway's and answers in each wait. The library is not
 /// initialised, and exited at the end.

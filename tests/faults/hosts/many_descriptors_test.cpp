@@ -29,18 +29,6 @@ class ManyDescriptors : public HostTest, public testing::WithParamInterface<int>
   std::optional<CrowdedHost> crowd;
 };
 
-// A look-up in flight, and what its callback was told.
-struct Lookup {
-  std::array<char, 32> user{};
-  std::array<char, 32> tree{};
-  int told = -1;
-
-  void start(unsigned long where) {
-    SSO_GetUserByAddrAsync(where, user.data(), 31, tree.data(), 31, ended, this);
-  }
-  static void ended(int success, void* cookie) { static_cast<Lookup*>(cookie)->told = success; }
-};
-
 }  // namespace
 
 TEST_P(ManyDescriptors, ABlockingLookUpWaitsForItsAnswer) {

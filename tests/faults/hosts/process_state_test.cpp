@@ -138,11 +138,10 @@ class ProcessAround : public HostTest {
   void look_up_in_every_way() {
     std::array<char, 32> user{};
     EXPECT_EQ(SSO_GetUserByAddr(somewhere, user.data(), 31, nullptr, 0), 1);
-    int told = -1;
-    const auto ended = [](int success, void* cookie) { *static_cast<int*>(cookie) = success; };
-    SSO_GetUserByAddrAsync(somewhere, user.data(), 31, nullptr, 0, ended, &told);
+    Lookup lookup;
+    lookup.start(somewhere);
     server.answer_all();
-    EXPECT_TRUE(loop.run_until([&] { return told == 1; }));
+    EXPECT_TRUE(loop.run_until([&] { return lookup.told == 1; }));
   }
 
   void fail_in_every_way() {
@@ -172,7 +171,7 @@ class ProcessAround : public HostTest {
     fail_in_every_way();
   }
 
-  const ProcessState before;  // before the library's first call in this process
+  const ProcessState before{};  // before the library's first call in this process
   EventLoop loop;
 };
 
@@ -191,7 +190,7 @@ TEST_F(ProcessAround, KeepsItsUnusualSettings) {
   const TempFolder elsewhere;
   std::filesystem::current_path(elsewhere.path());
   const auto handler = std::signal(SIGPIPE, SIG_IGN);
-  const ProcessState unusual;
+  const ProcessState unusual{};
   use_everything();
   SSO_Exit();
   EXPECT_EQ(ProcessState(), unusual);
