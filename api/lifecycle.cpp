@@ -2,6 +2,8 @@
 #include <tavlib/api/lifecycle.h>
 #include <tavlib/platform/interlocked.h>
 
+#include <atomic>
+#include <cstdint>
 #include <new>
 
 #include "api/process_state.h"
@@ -78,7 +80,8 @@ void TAVExit() {
 }
 
 void TAVThreadExit() {
-  g_SharedRecord.lastError = GetTlsValues()->lastError;
+  const std::uint32_t lastError = GetTlsValues()->lastError;
+  std::atomic_ref(g_SharedRecord.lastError).store(lastError);
 }
 
 int TAVSetTimeout(unsigned /*seconds*/) {

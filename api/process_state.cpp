@@ -2,6 +2,7 @@
 
 #include <tavlib/api/last_error.h>
 
+#include <atomic>
 #include <new>
 
 long g_InitCount = 0;
@@ -14,7 +15,10 @@ TAVThreadRecord* GetTlsValues() {
   if (pTls == nullptr) return &g_SharedRecord;
   if (void* value = pTls->GetValue()) return static_cast<TAVThreadRecord*>(value);
 
-  auto* record = new (std::nothrow) TAVThreadRecord;
+  // It begins with what a moment without memory left in the shared record: a call that could not make the
+  // record may have failed just now.
+  const auto lastError = std::atomic_ref(g_SharedRecord.lastError).load();
+  auto* record = new (std::nothrow) TAVThreadRecord{lastError};
   if (record == nullptr) return &g_SharedRecord;
   if (pTls->SetValue(record) == 0) {  // nobody would ever release it
     delete record;

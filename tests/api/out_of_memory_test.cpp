@@ -39,6 +39,12 @@ class StartWithoutMemory : public InitialisedTest {
   int result = -1;
 };
 
+// The thread's record is made by the first call that sets or reads its last error.
+class RecordWithoutMemory : public ApiTest {
+ protected:
+  RecordWithoutMemory() { EXPECT_EQ(TAVInitialize(), 1); }
+};
+
 class LayerWithoutMemory : public ApiTest {
  protected:
   // The look-up's callback.
@@ -84,6 +90,29 @@ TEST_F(StartWithoutMemory, OfAnEightBitFilterFailsWith9) {
   EXPECT_EQ(result, 1);
   EXPECT_NE(query, nullptr);
   EXPECT_GE(failures, 9);
+}
+
+TEST_F(RecordWithoutMemory, KeepsTheLastErrorThatWasSetInTheMeantime) {
+  std::optional<AllocationFaults> faults(0);
+  TAVSetLastError(42);
+  EXPECT_TRUE(faults->happened());
+  faults.reset();
+  EXPECT_EQ(TAVGetLastError(), 42u);
+}
+
+// A waiting call would neither wait for nor release a request that is not told to be pending.
+TEST_F(RecordWithoutMemory, TellsThatARequestIsPending) {
+  unsigned version = 0;
+  TAVASYNC async{};
+  std::optional<AllocationFaults> faults(4);  // behind the request, its two places and its datagram
+  EXPECT_EQ(TAVQueryVersionAs(address(), &version, &async), 0);
+  EXPECT_TRUE(faults->happened());
+  faults.reset();
+  ASSERT_NE(async.Request, nullptr);
+  EXPECT_EQ(TAVGetLastError(), 14u);
+  server.reply_version(server.receive(), 7);
+  EXPECT_EQ(TAVASyncStatus(&async, 0), 1);
+  EXPECT_EQ(version, 7u);
 }
 
 TEST_F(LayerWithoutMemory, DoesNotStartOnAnythingButTheGatewaysAddress) {
