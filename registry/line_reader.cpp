@@ -1,5 +1,6 @@
 #include "registry/line_reader.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,6 +8,19 @@
 #include <cstring>
 
 namespace tavlib {
+
+namespace {
+
+/// Whether the file goes on at `position`, with the error that says so. A commit that took a read of nothing
+/// for the end would drop the rest of the file.
+bool has_more(int fd, off_t position) {
+  struct stat file {};
+  if (fstat(fd, &file) == -1 || file.st_size <= position) return false;
+  errno = EIO;
+  return true;
+}
+
+}  // namespace
 
 bool LineReader::fill() {
   chunk_start_ = position();
@@ -16,7 +30,7 @@ bool LineReader::fill() {
   do {
     got = pread(fd_, chunk_.data(), chunk_.size(), chunk_start_);
   } while (got == -1 && errno == EINTR);
-  if (got == -1) good_ = false;
+  if (got == -1 || (got == 0 && has_more(fd_, chunk_start_))) good_ = false;
   if (got <= 0) return false;
   available_ = static_cast<std::size_t>(got);
   return true;

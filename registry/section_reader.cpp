@@ -34,9 +34,10 @@ void enter_value(ARegistryData& values, const Line& line) {
 /// Whether the file is empty or its last line has its newline; nothing when that cannot be read.
 std::optional<bool> ends_with_newline(int fd, off_t size) {
   if (size == 0) return true;
-  char last = 0;
-  if (pread(fd, &last, 1, size - 1) != 1) return std::nullopt;
-  return last == '\n';
+  LineReader reader(fd, size - 1);
+  Line last{};
+  if (!reader.next(last)) return std::nullopt;
+  return last.text[0] == '\n';
 }
 
 bool write_at(int fd, std::string_view text, off_t position) {

@@ -129,6 +129,17 @@ TEST_F(CreateKey, WritesTheHeaderInSpiteOfASignal) {
   EXPECT_EQ(content(), "[A\\]\n");
 }
 
+TEST_F(CreateKey, LooksAtTheLastLineInSpiteOfASignal) {
+  write("[B]");
+  for (int nth = 1;; ++nth) {
+    TestKey key(path);
+    const CallFails interrupted(Call::read, nth, EINTR);
+    EXPECT_EQ(key.LoadKey(("A" + std::to_string(nth)).c_str(), 1, 3, nullptr), 1) << nth;
+    if (!interrupted.fired()) break;
+  }
+  EXPECT_EQ(content().substr(0, 9), "[B]\n[A1\\]");
+}
+
 TEST_F(CreateKey, CutsATargetAt4095Characters) {
   const std::string name(5000, 'k');
   TestKey key(path);

@@ -14,7 +14,7 @@ namespace tavtest {
 
 namespace {
 
-std::array<CallHook*, 10> hooks{};
+std::array<CallHook*, 11> hooks{};
 
 CallHook*& hook_of(Call kind) {
   return hooks[static_cast<std::size_t>(kind)];
@@ -136,7 +136,8 @@ int __wrap_rename(const char* from, const char* to) {
 }
 
 ssize_t __wrap_pread(int fd, void* buffer, std::size_t size, off_t offset) {
-  return call_fails(Call::read) ? -1 : __real_pread(fd, buffer, size, offset);
+  if (call_fails(Call::read)) return -1;
+  return call_fails(Call::read_nothing) ? 0 : __real_pread(fd, buffer, size, offset);
 }
 
 ssize_t __wrap_pwrite(int fd, const void* buffer, std::size_t size, off_t offset) {

@@ -6,11 +6,24 @@
 namespace tavtest {
 
 /// Libc calls of the registry that a test can watch and make fail.
-enum class Call { allocate, check, lock, open_file, open_stream, sync, close_stream, rename, read, write };
+enum class Call {
+  allocate,
+  check,
+  lock,
+  open_file,
+  open_stream,
+  sync,
+  close_stream,
+  rename,
+  read,
+  read_nothing,
+  write
+};
 
 /// Runs `action` just before the `nth` call of its kind (1: the first, 0: every one) while it lives. An
 /// action that returns a code other than 0 makes that call fail with it. `lock` is fcntl's F_SETLKW with any
-/// lock but the one that unlocks; `allocate` is malloc, calloc, realloc and operator new; `check` is stat.
+/// lock but the one that unlocks; `allocate` is malloc, calloc, realloc and operator new; `check` is stat; a
+/// failing `read_nothing` is a read that gives no byte and no error.
 /// One hook for each kind of call may live at a time.
 class CallHook {
  public:

@@ -94,6 +94,14 @@ TEST_F(LineReaderTest, TellsAFailedReadFromTheEnd) {
   EXPECT_EQ(AErrors::GetRtlError(), 5U);
 }
 
+TEST_F(LineReaderTest, TellsAReadOfNothingFromTheEnd) {
+  tavlib::LineReader reader(opened("one\n"), 0);
+  const CallFails fails(Call::read_nothing, 1, EAGAIN);
+  EXPECT_EQ(lines(reader), Names{});
+  EXPECT_FALSE(reader.good());
+  EXPECT_EQ(AErrors::GetRtlError(), 5U);
+}
+
 TEST_F(LineReaderTest, GoesOnAfterASignal) {
   tavlib::LineReader reader(opened("one\n"), 0);
   const CallFails fails(Call::read, 1, EINTR);
