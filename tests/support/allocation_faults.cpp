@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "support/allowed_leak.h"
+#include "support/call_faults.h"
 #include "support/own_allocations.h"
 
 // The linker sends each call of `name` in the program to __wrap_name, and __real_name to what it would have
@@ -44,7 +45,10 @@ bool AllocationFaults::happened() const {
 
 }  // namespace tavtest
 
+using tavtest::allocation_refused;
 using tavtest::fails_now;
+using tavtest::note_block;
+using tavtest::note_release;
 
 extern "C" {
 
@@ -59,23 +63,30 @@ void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
 void* __real__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
 
 void* __wrap_malloc(std::size_t size) {
-  return fails_now() ? nullptr : __real_malloc(size);
+  if (fails_now() || allocation_refused("malloc", size)) return nullptr;
+  return note_block(__real_malloc(size));
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return fails_now() ? nullptr : __real_calloc(count, size);
+  if (fails_now() || allocation_refused("calloc", count * size)) return nullptr;
+  return note_block(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-  return fails_now() ? nullptr : __real_realloc(block, size);
+  if (fails_now() || allocation_refused("realloc", size)) return nullptr;
+  void* moved = __real_realloc(block, size);
+  if (moved != nullptr) note_release(block);
+  return note_block(moved);
 }
 
 char* __wrap_strdup(const char* text) {
-  return fails_now() ? nullptr : __real_strdup(text);
+  if (fails_now() || allocation_refused("strdup", 0)) return nullptr;
+  return static_cast<char*>(note_block(__real_strdup(text)));
 }
 
 wchar_t* __wrap_wcsdup(const wchar_t* text) {
-  return fails_now() ? nullptr : __real_wcsdup(text);
+  if (fails_now() || allocation_refused("wcsdup", 0)) return nullptr;
+  return static_cast<wchar_t*>(note_block(__real_wcsdup(text)));
 }
 
 void* __wrap__Znwm(std::size_t size) {

@@ -7,12 +7,20 @@
 #include <map>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
+#include "support/call_faults.h"
 #include "support/next_symbol.h"
 
 namespace tavtest {
 namespace {
+
+// How the calls fail under CallFaults.
+constexpr Way socket_ways[] = {{"EMFILE", EMFILE}, {"ENOBUFS", ENOBUFS}};
+constexpr Way send_ways[] = {{"ENETUNREACH", ENETUNREACH}, {"EAGAIN", EAGAIN}, {"short", 0}};
+constexpr Way receive_ways[] = {
+    {"EAGAIN", EAGAIN}, {"ECONNREFUSED", ECONNREFUSED}, {"short", 0}, {"empty", 0}};
 
 struct Faults {
   std::map<std::string, int> errors;                              // of every call
@@ -75,10 +83,12 @@ const std::vector<std::string>& SocketFaults::calls() const {
 
 using tavtest::fails;
 using tavtest::next_symbol;
+using tavtest::way_to_fail;
 
 TAVTEST_REPLACES_LIBC int socket(int domain, int type, int protocol) noexcept {
   static auto* const real = next_symbol<int(int, int, int)>("socket");
-  return fails("socket") ? -1 : real(domain, type, protocol);
+  if (fails("socket") || way_to_fail("socket", tavtest::socket_ways) != nullptr) return -1;
+  return real(domain, type, protocol);
 }
 
 TAVTEST_REPLACES_LIBC int bind(int fd, const sockaddr* address, socklen_t size) noexcept {
@@ -102,6 +112,8 @@ TAVTEST_REPLACES_LIBC ssize_t sendto(int fd, const void* bytes, size_t count, in
   static auto* const real =
       next_symbol<ssize_t(int, const void*, size_t, int, const sockaddr*, socklen_t)>("sendto");
   if (fails("sendto")) return -1;
+  if (const tavtest::Way* way = way_to_fail("sendto", tavtest::send_ways))
+    return way->error_number == 0 ? static_cast<ssize_t>(count) - 1 : -1;
   if (tavtest::faults() && tavtest::faults()->missing > 0)
     return static_cast<ssize_t>(count) - tavtest::faults()->missing;
   return real(fd, bytes, count, flags, address, size);
@@ -110,5 +122,11 @@ TAVTEST_REPLACES_LIBC ssize_t sendto(int fd, const void* bytes, size_t count, in
 TAVTEST_REPLACES_LIBC ssize_t recvfrom(int fd, void* bytes, size_t count, int flags, sockaddr* address,
                                        socklen_t* size) {
   static auto* const real = next_symbol<ssize_t(int, void*, size_t, int, sockaddr*, socklen_t*)>("recvfrom");
-  return fails("recvfrom") ? -1 : real(fd, bytes, count, flags, address, size);
+  if (fails("recvfrom")) return -1;
+  const tavtest::Way* way = way_to_fail("recvfrom", tavtest::receive_ways);
+  if (way != nullptr && way->error_number != 0) return -1;
+  // Where it falls short, the datagram is gone all the same.
+  const ssize_t received = real(fd, bytes, count, flags, address, size);
+  if (way == nullptr || received <= 0) return received;
+  return std::string_view(way->name) == "empty" ? 0 : received / 2;
 }

@@ -1,0 +1,203 @@
+// Single sign-on, waiting and by the host's event loop, while the calls to the system fail.
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <tavlib/tavlib.h>
+
+#include <array>
+
+#include "api/process_state.h"
+#include "api/sso_state.h"
+#include "faults/torture/three_servers.h"
+
+namespace tavtest {
+namespace {
+
+// The host's event loop: one socket.
+struct Loop {
+  int socket = -1;
+  int (*ready)(int, void*) = nullptr;
+  void* argument = nullptr;
+};
+Loop loop;
+
+bool is_readable(int socket) {
+  pollfd descriptor{socket, POLLIN, 0};
+  return poll(&descriptor, 1, 0) == 1 && (descriptor.revents & POLLIN) != 0;
+}
+
+const WireEntry alice{.user = u"ALICE", .string2 = u"STAFF", .string3 = u"TREE", .data = {1, 2, 3}};
+constexpr std::size_t blocks_of_alice = 4;
+constexpr unsigned long somewhere = 0x0a000001;
+
+// A look-up's buffers and end.
+struct Lookup {
+  std::array<char, 16> user{};
+  std::array<char, 16> second{};
+  int ends = 0;
+  int success = -1;
+  unsigned last_error = 0;
+
+  std::string texts() const { return std::string(user.data()) + "/" + second.data(); }
+
+  static void ended(int success, void* cookie) {
+    auto& self = *static_cast<Lookup*>(cookie);
+    ++self.ends;
+    self.success = success;
+    self.last_error = TAVGetLastError();
+  }
+
+  Outcome outcome(const char* when_not_ended) const {
+    if (ends == 0) return when_not_ended;
+    if (ends > 1) return "ended more than once";
+    return success != 0 ? "told 1 " + texts() : "told 0/" + std::to_string(last_error);
+  }
+};
+
+// The answer is read into a wide entry, which counts as none when there is no memory for it, and then into an
+// 8-bit one.
+bool is_in_answer(const CallFaults::Hit& hit) {
+  return hit.call == "malloc";
+}
+bool is_in_wide_answer(const CallFaults::Hit& hit) {
+  return is_in_answer(hit) && hit.made("malloc") <= blocks_of_alice;
+}
+
+Outcomes after_start_fault(const CallFaults::Hit& hit) {
+  const Outcome outcome = after_request_fault(hit, "pending");
+  if (outcome == "pending") return {outcome};
+  return {"told " + (outcome == "bad_alloc" ? "0/9" : outcome)};
+}
+
+Outcomes after_loop_fault(const CallFaults::Hit& hit) {
+  if (is_in_answer(hit)) return {is_in_wide_answer(hit) ? "told 1 /" : "told 0/9"};
+  if (hit.call == "recvfrom" && hit.error_number == 0) return {"silent"};
+  return {"told 1 ALICE/TREE"};
+}
+
+class Lookups : public testing::Test, public Scenario {
+ protected:
+  Lookups() {
+    servers.answer([](FakeServer& server, const auto& request) { server.reply_entry(request, alice); });
+  }
+
+  void run(Steps& steps) override {
+    loop = {};
+    steps.take("SSO_Init", start_rule, [this] { return start(); });
+    if (g_SsoReady != 0) {
+      wait(steps);
+      look_up_by_loop(steps);
+    }
+    steps.take("SSO_Exit", always("done"), [] {
+      library(SSO_Exit);
+      return "done";
+    });
+    exit_library(steps);
+    servers.drain();
+  }
+
+ private:
+  Outcome start() {
+    Outcome outcome = "ATlsException";
+    try {
+      outcome = with_last_error(library(SSO_Init) == nullptr ? 0 : 1);
+    } catch (const ATlsException&) {
+    } catch (const std::bad_alloc&) {
+      outcome = "bad_alloc";
+    }
+    if (outcome == "1") return "1 " + servers_known(servers);
+    return outcome + (g_InitCount == 0 ? "" : " counted");
+  }
+
+  // The gateway's address is read last: from the sixth file that is opened.
+  static Outcomes start_rule(const Hits& hits) {
+    Hits in_initialisation;
+    Outcomes allowed;
+    for (const CallFaults::Hit& hit : hits) {
+      if (hit.made("open") <= 5) in_initialisation.push_back(hit);
+      for (const char* one : after_configuration_fault(hit, hits.size() == 1))
+        allowed.emplace_back(one);
+    }
+    if (hits.empty() || !in_initialisation.empty()) {
+      for (const Outcome& one : initialisation_rule(in_initialisation))
+        allowed.push_back(one);
+    }
+    return allowed;
+  }
+
+  // With another fault before, there may have been fewer servers by then.
+  static std::vector<const char*> after_configuration_fault(const CallFaults::Hit& hit, bool only) {
+    const bool last_file = hit.made("open") > 5;
+    if (only && !last_file && hit.made("socket") < 3) return {};
+    if (is_allocation(hit)) return {"bad_alloc counted", "0/3 counted"};
+    if (!last_file) return {};
+    return {keeps_a_key_closed(hit) ? "0/3 counted" : "1 +++"};
+  }
+
+  // What a request comes to whose way is clear.
+  Outcome regular(const Outcome& answered) const {
+    const char gateway = servers_known(servers)[0];
+    return gateway == '+' ? answered : gateway == 'x' ? "0/12" : "0/11";
+  }
+
+  void wait(Steps& steps) {
+    Lookup lookup;
+    const Outcome answered = regular("1 ALICE/TREE");
+    const auto after_fault = [&](const CallFaults::Hit& hit) -> Outcomes {
+      if (is_in_answer(hit)) return {is_in_wide_answer(hit) ? "1 /" : "0/9"};
+      return {after_request_fault(hit, answered)};
+    };
+    steps.take("waiting look-up", by_fault(answered, after_fault), [&] {
+      const int result = library(
+          [&] { return SSO_GetUserByAddr(somewhere, lookup.user.data(), 15, lookup.second.data(), 15); });
+      return result == 0 ? with_last_error(result) : "1 " + lookup.texts();
+    });
+  }
+
+  void look_up_by_loop(Steps& steps) {
+    Lookup lookup;
+    const Outcome sent = regular("pending");
+    const Outcome started = steps.take(
+        "started look-up", by_fault(sent == "pending" ? sent : "told " + sent, after_start_fault), [&] {
+          library([&] {
+            SSO_GetUserByAddrAsync(somewhere, lookup.user.data(), 15, lookup.second.data(), 15, Lookup::ended,
+                                   &lookup);
+          });
+          return lookup.outcome("pending");
+        });
+    if (started != "pending") return;
+    steps.take("answered look-up", by_fault("told 1 ALICE/TREE", after_loop_fault), [&] {
+      servers.serve();
+      while (is_readable(loop.socket))
+        library([] { return loop.ready(0, loop.argument); });
+      return lookup.outcome("silent");
+    });
+  }
+
+  ThreeServers servers;
+};
+
+}  // namespace
+
+TEST_F(Lookups, SurviveEachFault) {
+  expect_tally(fail_each_call(*this), 280, {"new", "new[] nothrow", "sendto", "recvfrom", "select"});
+}
+
+TEST_F(Lookups, SurvivePairsOfFaults) {
+  expect_tally(fail_pairs(*this, 400), 500, {"new", "malloc", "sendto", "recvfrom"});
+}
+
+}  // namespace tavtest
+
+extern "C" {
+
+__attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*ready)(int, void*),
+                                                              void* argument) {
+  tavtest::loop = {socket, ready, argument};
+  return 0;
+}
+
+__attribute__((visibility("default"))) int T_event_del_socket(int /*socket*/) {
+  return 0;
+}
+}
