@@ -5,7 +5,8 @@
 // be read; then steps. A step is a byte: bits 0 to 1 the request, bits 2 to 3 what happens to it (a datagram
 // arrives in steps 0 and 1), bits 4 to 6 flags, and for datagrams and packets a length (2 bytes) and that
 // many bytes, filled up with zeros. A flag has a datagram sealed with the server's pass phrase, so that the
-// fuzzer gets past the digest; for a known request, the request's id is filled in.
+// fuzzer gets past the digest. A datagram for one of the three requests gets that one's id; for the fourth,
+// which does not exist, it keeps its own id or gets an earlier one.
 
 #include <tavlib/protocol/server_interface.h>
 
@@ -84,6 +85,9 @@ class Exchange {
     return bytes;
   }
 
+  /// Ids go on through the whole process, so small numbers count back from the last one.
+  std::uint32_t other_id(std::uint32_t id) const { return id < 0x100 ? last_id_ - id : id; }
+
   void start(Tracked& tracked, unsigned step, Input& input);
   void check_sent(Tracked& tracked, bool fails);
   void abandon(Tracked& tracked);
@@ -95,6 +99,7 @@ class Exchange {
   unsigned descriptor_;
   ServerInterface server_{0x0100007F, 9, kPassphrase};
   std::array<Tracked, 3> tracked_;
+  std::uint32_t last_id_ = 0;
 };
 
 void Exchange::start(Tracked& tracked, unsigned step, Input& input) {
@@ -127,6 +132,7 @@ void Exchange::start(Tracked& tracked, unsigned step, Input& input) {
 void Exchange::check_sent(Tracked& tracked, bool fails) {
   const Bytes now = bytes_of(tracked.request.packet);
   tracked.id = get_be32(now, 8);
+  last_id_ = tracked.id;
   for (const Tracked& other : tracked_)
     expect(&other == &tracked || other.id != tracked.id, "an id of its own");
   put_be32(tracked.packet, 8, tracked.id);
@@ -148,7 +154,7 @@ void Exchange::arrive(const Tracked* addressed, unsigned step, Input& input) {
   if (datagram.size() >= kHeader) {
     if ((step & kFitLength) != 0) put_be32(datagram, 0, static_cast<std::uint32_t>(datagram.size()));
     if ((step & kFinal) != 0) datagram[4] = static_cast<std::uint8_t>((datagram[4] & 0x1F) | 0x80);
-    if (addressed != nullptr) put_be32(datagram, 8, addressed->id);
+    put_be32(datagram, 8, addressed != nullptr ? addressed->id : other_id(get_be32(datagram, 8)));
     const std::size_t length = get_be32(datagram, 0);
     if ((step & kSeal) != 0 && length >= kShortest && length <= datagram.size())
       datagram = seal_reply(datagram, kPassphrase);
