@@ -11,7 +11,8 @@ struct TAVThreadRecord {
   std::uint32_t lastError{0};
 };
 
-/// The process-wide state, all zero when the library is loaded. Only the count is changed atomically.
+/// The process-wide state, all zero when the library is loaded. Only the count is changed atomically, and the
+/// shared record copied so.
 extern long g_InitCount;                 ///< Outstanding TAVInitialize calls; its low 32 bits.
 extern ATls* pTls;                       ///< Each thread's TAVThreadRecord; null while not initialised.
 extern TAVServerList* g_ServerList;      ///< Null while not initialised.
