@@ -79,9 +79,9 @@ TMPDIR=$(mktemp -d -p "$shared_memory" tavlib-fuzz-XXXXXX)
 export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
 
-# One run of a target for some seconds of real time. Sets its exit code and processor seconds.
+# One run of a target for some seconds of real time. Sets its exit code, processor seconds and real seconds.
 run_once() {
-  local target=$1 seconds=$2 log=$3 work=$build/corpus/$1 options=() TIMEFORMAT='%U %S'
+  local target=$1 seconds=$2 log=$3 work=$build/corpus/$1 options=() TIMEFORMAT='%U %S %R'
   case $target in
     registry_*) options=(-dict=tests/fuzz/registry.dict) ;;
   esac
@@ -90,6 +90,7 @@ run_once() {
     -print_final_stats=1 -artifact_prefix="$build/found/$target/" "${options[@]}" "$work" "$corpus/$target" \
     >"$log" 2>&1; } 2>"$log.time" || exit_code=$?
   used=$(awk '{ print int($1 + $2 + 0.5) }' "$log.time")
+  elapsed=$(awk '{ print int($3 + 0.5) }' "$log.time")
 }
 
 # The last number behind `label` in the log, or 0.
@@ -113,7 +114,7 @@ keep_findings() {
 
 # Runs a target until it has used its processor time, and adds its line to the table.
 fuzz() {
-  local target=$1 log spent=0 executions=0 coverage=0 round=0 budget=$((minutes * 60))
+  local target=$1 log spent=0 executions=0 coverage=0 round=0 budget=$((minutes * 60)) slowness=1
   rm -rf "$build/found/$target"
   mkdir -p "$build/found/$target" "$build/corpus/$target" "$build/log"
   echo "Fuzzing $target"
@@ -121,14 +122,18 @@ fuzz() {
   while [ $spent -lt $budget ] && [ $findings -eq 0 ]; do
     round=$((round + 1))
     log=$build/log/$target.$round
-    run_once "$target" $((budget - spent)) "$log"
+    run_once "$target" $(((budget - spent) * slowness)) "$log"
     keep_findings "$target"
     if [ $exit_code -ne 0 ] && [ $findings -eq 0 ]; then
       tail -n 20 "$log" >&2
       echo "fuzz.sh: fuzz_$target ended with $exit_code and left no input" >&2
       exit 3
     fi
-    spent=$((spent + (used > 0 ? used : 1)))
+    used=$((used > 0 ? used : 1))
+    spent=$((spent + used))
+    # On a busy machine the next run is given more real time, but never so much that it goes on for long if that ends.
+    slowness=$((elapsed / used))
+    slowness=$((slowness < 1 ? 1 : slowness > 4 ? 4 : slowness))
     executions=$((executions + $(last_number stat::number_of_executed_units:)))
     coverage=$(last_number cov:)
   done
