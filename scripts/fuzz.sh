@@ -83,7 +83,7 @@ trap 'rm -rf "$TMPDIR"' EXIT
 run_once() {
   local target=$1 seconds=$2 log=$3 work=$build/corpus/$1 options=() TIMEFORMAT='%U %S %R'
   case $target in
-    registry_*) options=(-dict=tests/fuzz/registry.dict) ;;
+    registry_* | configuration) options=(-dict=tests/fuzz/registry.dict) ;;
   esac
   exit_code=0
   { time "$build/fuzzers/fuzz_$target" -max_total_time="$seconds" -max_len=9000 -timeout=25 -rss_limit_mb=2048 \

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <span>
 #include <utility>
 
@@ -15,6 +16,7 @@ namespace {
 std::optional<Bytes> waiting;
 std::span<std::uint8_t> not_received;
 Bytes sent;
+sockaddr_in receiver{};
 bool sending_fails = false;
 
 }  // namespace
@@ -36,6 +38,10 @@ Bytes take_sent() {
   return std::exchange(sent, {});
 }
 
+sockaddr_in last_receiver() {
+  return receiver;
+}
+
 }  // namespace tavtest
 
 using tavtest::not_received;
@@ -45,11 +51,12 @@ extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker sends the program's calls here.
 
 ssize_t __wrap_sendto(int /*socket*/, const void* bytes, std::size_t size, int /*flags*/,
-                      const sockaddr* /*receiver*/, socklen_t /*receiver_size*/) {
+                      const sockaddr* receiver, socklen_t receiver_size) {
   if (tavtest::sending_fails) {
     errno = ENETUNREACH;
     return -1;
   }
+  if (receiver_size == sizeof tavtest::receiver) std::memcpy(&tavtest::receiver, receiver, receiver_size);
   const auto* first = static_cast<const std::uint8_t*>(bytes);
   tavtest::sent.assign(first, first + size);
   return static_cast<ssize_t>(size);

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_TESTS_FUZZ_DATAGRAMS_H
 #define TAVLIB_TESTS_FUZZ_DATAGRAMS_H
 
+#include <netinet/in.h>
+
 #include <optional>
 
 #include "support/bytes.h"
@@ -19,6 +21,9 @@ void fail_sending(bool fails);
 
 /// The datagram that was sent last; empty when there is none since the last call.
 Bytes take_sent();
+
+/// To whom it was sent.
+sockaddr_in last_receiver();
 
 }  // namespace tavtest
 

@@ -4,10 +4,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 
+#include "fuzz/files_in_memory.h"
 #include "fuzz/fuzz_target.h"
 #include "fuzz/registry_text.h"
 #include "support/temp_folder.h"
@@ -19,10 +19,9 @@ constexpr ErrorNumber kNoEntry = 2;
 constexpr ErrorNumber kTooLarge = 79;
 constexpr unsigned kNumber = 4;
 
-/// The file's path, in memory where the system has such a folder.
 const std::string& file_path() {
   static const TempFolder folder = [] {
-    if (access("/dev/shm", W_OK) == 0) setenv("TMPDIR", "/dev/shm", 0);
+    keep_files_in_memory();
     return TempFolder();
   }();
   static const std::string path = folder.file("registry");
