@@ -58,7 +58,8 @@ class Cycles : public HostTest {
     RecordProperty("cycles", std::to_string(cycles()));
     RecordProperty("resident_before", std::to_string(resident_before));
     RecordProperty("resident_growth", std::to_string(grown));
-    if (sanitized()) return;  // it keeps what was freed
+    // Sanitizers and valgrind keep what was freed; few cycles say nothing about the whole process.
+    if (sanitized() || cycles() < 100000) return;
     EXPECT_LT(grown, (1 << 20) + cycles());
   }
 };
