@@ -1,5 +1,6 @@
 #include "faults/hosts/child_process.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,24 +26,29 @@ int run(const std::function<int()>& work) {
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::function<int()>& work) : pid_(fork()) {
+ChildProcess::ChildProcess(const std::function<int()>& work) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+  pid_ = fork();
+  if (pid_ == 0) {
+    alarm(patience_seconds);
+    const int result = run(work);
+    _exit(write(ends[1], &result, sizeof result) == sizeof result ? 0 : 1);
+  }
+  close(ends[1]);
+  results_ = ends[0];
   if (pid_ == -1) throw std::runtime_error("fork failed");
-  if (pid_ != 0) return;
-  alarm(patience_seconds);
-  _exit(run(work));
 }
 
 ChildProcess::~ChildProcess() {
-  result();
+  close(results_);
+  while (waitpid(pid_, nullptr, 0) == -1 && errno == EINTR) {
+  }
 }
 
-int ChildProcess::result() {
-  if (pid_ == -1) return -1;
-  int status = 0;
-  while (waitpid(pid_, &status, 0) == -1 && errno == EINTR) {
-  }
-  pid_ = -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+int ChildProcess::result() const {
+  int result = 0;
+  return read(results_, &result, sizeof result) == sizeof result ? result : -1;
 }
 
 int failed_part(const std::function<std::vector<bool>()>& work) {
