@@ -11,13 +11,14 @@ namespace tavlib {
 
 namespace {
 
-/// Whether the file goes on at `position`, with the error that says so. A commit that took a read of nothing
-/// for the end would drop the rest of the file.
-bool has_more(int fd, off_t position) {
+/// Whether a read of nothing at `position` was one at the end; false with the error that says otherwise. A
+/// commit that took any other for the end would drop the rest of the file.
+bool is_end(int fd, off_t position) {
   struct stat file {};
-  if (fstat(fd, &file) == -1 || file.st_size <= position) return false;
+  if (fstat(fd, &file) == -1) return false;
+  if (file.st_size <= position) return true;
   errno = EIO;
-  return true;
+  return false;
 }
 
 }  // namespace
@@ -30,7 +31,7 @@ bool LineReader::fill() {
   do {
     got = pread(fd_, chunk_.data(), chunk_.size(), chunk_start_);
   } while (got == -1 && errno == EINTR);
-  if (got == -1 || (got == 0 && has_more(fd_, chunk_start_))) good_ = false;
+  if (got == -1 || (got == 0 && !is_end(fd_, chunk_start_))) good_ = false;
   if (got <= 0) return false;
   available_ = static_cast<std::size_t>(got);
   return true;
