@@ -25,7 +25,7 @@ TEST_F(Lifecycle, SurvivesEachFault) {
 }
 
 TEST_F(Lifecycle, SurvivesPairsOfFaults) {
-  expect_tally(fail_pairs(*this, 400), 500, {"new", "malloc", "open", "pread"});
+  expect_tally(fail_pairs(*this, 250), 300, {"new", "malloc", "open", "pread"});
 }
 
 }  // namespace tavtest

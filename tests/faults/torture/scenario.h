@@ -27,7 +27,7 @@ bool is_overcome(const CallFaults::Hit& hit);
 Rule by_fault(Outcome regular, std::function<Outcomes(const CallFaults::Hit&)> after);
 
 /// Whether the fault keeps the library from telling whether the file that it has locked is still the one that
-/// the path names.
+/// the path names. The other stat looks for a file that is to be made when it is missing.
 bool is_of_comparison(const CallFaults::Hit& hit);
 
 /// The rule of a step that no fault changes.
@@ -41,7 +41,8 @@ auto library(Call call) {
 }
 
 /// What a scenario does, step by step, with the library's calls counted in each. A step must end in one of
-/// the ways that its rule allows.
+/// the ways that its rule allows. After a fault in an earlier step it may also end as if it had none of its
+/// own: an answer that came too late for that one may be what this one's fault concerns.
 class Steps {
  public:
   explicit Steps(CallFaults& faults) : faults_(faults) {}

@@ -57,6 +57,10 @@ Outcomes initialisation_rule(const Hits& hits);
 
 bool is_allocation(const CallFaults::Hit& hit);
 
+/// Whether it is of a thread's record, for which another one stands in. No other block is as small and asked
+/// for without an exception.
+bool is_thread_record(const CallFaults::Hit& hit);
+
 /// Whether the fault is of a call without which a key of the configuration cannot be opened.
 bool keeps_a_key_closed(const CallFaults::Hit& hit);
 
