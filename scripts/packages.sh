@@ -11,6 +11,7 @@ packages_fuzz=(clang libclang-rt-14-dev)
 packages_valgrind=(valgrind)
 packages_lint=(clang-format clang-tidy)
 packages_coverage=(gcovr)
+packages_mutation=(git python3)
 
 # Whether a package is installed.
 package_installed() {
