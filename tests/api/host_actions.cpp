@@ -42,14 +42,13 @@ void expire_others(Bystanders& others) {
 }
 
 void abandon_others(Bystanders& others) {
-  EXPECT_EQ(TAVASyncAbandon(&others.version.async), 1);
-  EXPECT_EQ(TAVASyncAbandon(&others.step.async), 1);
-  others.version.ends_with = others.step.ends_with = std::nullopt;
+  EXPECT_EQ(others.version.give_up(), 1);
+  EXPECT_EQ(others.step.give_up(), 1);
 }
 
 // The same enumeration, handle and record again.
 void abandon_and_step_again(Bystanders& others) {
-  EXPECT_EQ(TAVASyncAbandon(&others.step.async), 1);
+  EXPECT_EQ(others.step.give_up(), 1);
   others.step.start(others.server);
 }
 
@@ -106,6 +105,13 @@ void exit_layer(Bystanders& others) {
   leave_behind(others);
 }
 
+// The library stays up, because the host initialised it, too.
+void exit_layer_only(Bystanders& others) {
+  EXPECT_EQ(TAVInitialize(), 1);
+  SSO_Exit();
+  others.lookup.ends_with = std::nullopt;
+}
+
 void exit_library(Bystanders& others) {
   TAVExit();
   leave_behind(others);
@@ -124,10 +130,9 @@ void exit_and_init(Bystanders& others) {
 void exit_give_up_and_init(Bystanders& others) {
   exit_layer(others);
   others.step.close();
-  EXPECT_TRUE(failed_with(7, TAVASyncAbandon(&others.step.async)));
+  EXPECT_TRUE(failed_with(7, others.step.give_up()));
   EXPECT_NE(SSO_Init(), nullptr);
-  EXPECT_TRUE(failed_with(7, TAVASyncAbandon(&others.version.async)));
-  others.version.ends_with = others.step.ends_with = std::nullopt;
+  EXPECT_TRUE(failed_with(7, others.version.give_up()));
   others.nested.start(others.server);
 }
 
@@ -146,6 +151,7 @@ const std::vector<HostAction> actions = {
     {"Wait", wait_for_another},
     {"AddEntry", add_entry},
     {"LayersExit", exit_layer},
+    {"LayersExitOnly", exit_layer_only},
     {"LibrarysExit", exit_library},
     {"InitAgain", init_again},
     {"ExitAndInit", exit_and_init},
@@ -197,6 +203,10 @@ void Bystanders::expect_told() {
   if (g_ServerList != nullptr) {
     EXPECT_EQ(g_ServerList->FindRequest([](const ServerInterface::ASyncRequest*) { return true; }), nullptr);
   }
+}
+
+void PrintTo(const HostAction& action, std::ostream* out) {
+  *out << action.name;
 }
 
 const std::vector<HostAction>& host_actions() {

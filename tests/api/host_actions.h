@@ -48,6 +48,8 @@ struct HostAction {
   void (*act)(Bystanders&);
 };
 
+void PrintTo(const HostAction& action, std::ostream* out);
+
 const std::vector<HostAction>& host_actions();
 
 }  // namespace tavtest

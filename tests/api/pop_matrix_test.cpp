@@ -18,6 +18,10 @@ struct StepEnd {
   std::function<void(ToldHost&)> bring_about;
 };
 
+void PrintTo(const StepEnd& end, std::ostream* out) {
+  *out << end.name;
+}
+
 using Cell = std::tuple<StepEnd, HostAction>;
 
 // What the host does with its own enumeration, handle and record.

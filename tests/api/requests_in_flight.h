@@ -85,11 +85,20 @@ class HostRequest : public RequestInFlight {
   /// Takes the result of the function that told the outcome.
   virtual void tell(int result);
 
+  /// Gives it up, so that nobody is told any more. An answer that was read before stays where it arrived.
+  int give_up();
+
   TAVASYNC async{this, nullptr};
   std::vector<unsigned> told;  ///< Each code; 0 for success.
 
  protected:
   void expect_told_once() const;
+
+  /// Whether the answer is expected in the output.
+  bool was_answered() const { return ends_with == 0u || answered_in_vain_; }
+
+ private:
+  bool answered_in_vain_ = false;
 };
 
 /// A version request; it cannot be answered with "no entry".

@@ -17,6 +17,10 @@ struct LookupEnd {
   std::function<void(SsoCallback&)> bring_about;
 };
 
+void PrintTo(const LookupEnd& end, std::ostream* out) {
+  *out << end.name;
+}
+
 using Cell = std::tuple<LookupEnd, HostAction>;
 
 class SsoCallback : public RunningSsoTest, public testing::WithParamInterface<Cell> {
@@ -150,3 +154,20 @@ INSTANTIATE_TEST_SUITE_P(Matrix, SsoCallback,
                          testing::Combine(testing::ValuesIn(lookup_ends()),
                                           testing::ValuesIn(host_actions())),
                          cell_name);
+
+// A look-up that fails because the layer is down.
+TEST_F(SsoTest, ACallbackMayStartTheLayerAndLookUpAgain) {
+  LookupInFlight own(1);
+  LookupInFlight again(2);
+  own.ends_with = 7;
+  own.lookup.then = [&] {
+    EXPECT_NE(SSO_Init(), nullptr);
+    again.start(server);
+  };
+  own.lookup.start(own.number());
+  own.expect_told();
+  again.reply(server);
+  EXPECT_EQ(loop.run_ready(), 1);
+  again.expect_told();
+  SSO_Exit();
+}
