@@ -2,6 +2,7 @@
 // side.
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <random>
 
 #include "faults/network/hostile_network.h"
@@ -54,6 +55,10 @@ std::vector<Step> mixed_steps(const Users& users, std::uint64_t seed, unsigned p
 struct Mixture {
   std::uint64_t seed;
   unsigned percent_waiting;
+
+  friend std::ostream& operator<<(std::ostream& out, const Mixture& each) {
+    return out << "Seed" << each.seed << "With" << each.percent_waiting << "PercentWaiting";
+  }
 };
 
 class Mixtures : public testing::TestWithParam<Mixture> {};
@@ -101,10 +106,7 @@ TEST_P(Mixtures, LeaveTheNextLookupsUnharmedByRepliesToThoseGivenUp) {
 INSTANTIATE_TEST_SUITE_P(Seeds, Mixtures,
                          testing::Values(Mixture{1, 100}, Mixture{2, 0}, Mixture{3, 10}, Mixture{4, 50},
                                          Mixture{5, 2}, Mixture{6, 25}),
-                         [](const auto& test) {
-                           return "Seed" + std::to_string(test.param.seed) + "With" +
-                                  std::to_string(test.param.percent_waiting) + "PercentWaiting";
-                         });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace tavtest
