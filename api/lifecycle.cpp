@@ -8,17 +8,14 @@
 
 #include "api/process_state.h"
 #include "api/sso_lookups.h"
+#include "api/thread_records.h"
 
 namespace {
-
-void release_record(void* record) {
-  delete static_cast<TAVThreadRecord*>(record);
-}
 
 // An ATlsException leaves it.
 ATls* create_slot() {
   try {
-    return new ATls(release_record);
+    return new ATls(tavlib::free_thread_record);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
@@ -73,9 +70,9 @@ void TAVExit() {
   // While the slot still exists, so that the caller can read its last error afterwards.
   TAVThreadExit();
   if (pTls != nullptr) {
-    tavlib::release_thread_record();
     delete pTls;
     pTls = nullptr;
+    tavlib::free_thread_records();
   }
 }
 

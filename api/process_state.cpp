@@ -3,7 +3,8 @@
 #include <tavlib/api/last_error.h>
 
 #include <atomic>
-#include <new>
+
+#include "api/thread_records.h"
 
 long g_InitCount = 0;
 ATls* pTls = nullptr;
@@ -18,10 +19,10 @@ TAVThreadRecord* GetTlsValues() {
   // It begins with what a moment without memory left in the shared record: a call that could not make the
   // record may have failed just now.
   const auto lastError = std::atomic_ref(g_SharedRecord.lastError).load();
-  auto* record = new (std::nothrow) TAVThreadRecord{lastError};
+  TAVThreadRecord* record = tavlib::new_thread_record(lastError);
   if (record == nullptr) return &g_SharedRecord;
-  if (pTls->SetValue(record) == 0) {  // nobody would ever release it
-    delete record;
+  if (pTls->SetValue(record) == 0) {  // the thread would not find it again
+    tavlib::free_thread_record(record);
     return &g_SharedRecord;
   }
   return record;
@@ -36,12 +37,6 @@ void TAVSetLastError(unsigned code) {
 }
 
 namespace tavlib {
-
-void release_thread_record() {
-  auto* record = static_cast<TAVThreadRecord*>(pTls->GetValue());
-  pTls->SetValue(nullptr);
-  delete record;
-}
 
 int refuse(unsigned code) {
   TAVSetLastError(code);

@@ -24,9 +24,6 @@ TAVThreadRecord* GetTlsValues();
 
 namespace tavlib {
 
-/// Releases the calling thread's record, so that it reads `g_SharedRecord` or a new one from then on.
-void release_thread_record();
-
 /// Sets the last error and gives the failing result, 0. (The registry room has a `fail` of its own, which
 /// sets `errno`: the two must not share a name.)
 int refuse(unsigned code);
