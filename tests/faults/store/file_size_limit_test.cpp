@@ -73,7 +73,7 @@ class LimitedFileSize : public testing::TestWithParam<StoreChange> {
 
 TEST_P(LimitedFileSize, FailsAndLeavesTheFileAsItWas) {
   const IgnoredSignal ignored(SIGXFSZ);
-  for (const std::size_t size : too_small(60)) {
+  for (const std::size_t size : too_small(24)) {
     const OpenDescriptors closed;
     prepare(GetParam(), path);
     errno = 0;

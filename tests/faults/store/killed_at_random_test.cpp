@@ -17,6 +17,11 @@ namespace {
 
 constexpr unsigned kSeed = 20120417;
 
+// 520 kills; a part of them where a fork takes long, under a sanitizer.
+constexpr int kAlone = 220 / TAVTEST_FEWER_KILLS;
+constexpr int kAmongOthers = 100 / TAVTEST_FEWER_KILLS;
+constexpr int kCreating = 200 / TAVTEST_FEWER_KILLS;
+
 class KilledAtRandom : public RegistryTest {
  protected:
   std::unique_ptr<Process> started(const std::function<int()>& work) const {
@@ -50,7 +55,7 @@ class KilledAtRandom : public RegistryTest {
 
 TEST_F(KilledAtRandom, AWriterLosesNothing) {
   write(counting_file());
-  for (int round = 0; round < 220; ++round) {
+  for (int round = 0; round < kAlone; ++round) {
     const auto writer = started([this] { return count_in_own_and_common(ledger, path, 0, 0); });
     kill_after_progress(*writer, ledger->own[0], 400);
     ASSERT_TRUE(nothing_is_lost(ledger, path)) << "round " << round;
@@ -70,7 +75,7 @@ TEST_F(KilledAtRandom, WritersAmongOthersLoseNothing) {
   };
   for (std::size_t writer = 0; writer < writers.size(); ++writer)
     start(writer);
-  for (int round = 0; round < 160; ++round) {
+  for (int round = 0; round < kAmongOthers; ++round) {
     const std::size_t victim = random() % writers.size();
     kill_after_progress(*writers[victim], ledger->own[victim], 1000);
     ASSERT_TRUE(nothing_is_lost(ledger, path)) << "round " << round;
@@ -88,7 +93,7 @@ TEST_F(KilledAtRandom, AWriterOfNewKeysLosesNone) {
     return TestKey(path).LoadKey(made_key(number).c_str(), 1, 3, nullptr) == 1;
   };
   std::string kept;
-  for (int round = 0; round < 140; ++round) {
+  for (int round = 0; round < kCreating; ++round) {
     if (kept.size() > 3500) kept = "";  // A header within one page of the file is written whole.
     write(kept);
     long number = created.begun + 1;

@@ -15,7 +15,7 @@ namespace tavtest {
 Process::Process(const std::function<int()>& work) : pid_(fork()) {
   if (pid_ == -1) throw std::runtime_error("fork failed");
   if (pid_ != 0) return;
-  alarm(30);
+  alarm(100);  // Longer than any test may take.
   forget_hooks();
   try {
     _exit(work());

@@ -21,8 +21,8 @@ struct Ending {
 
 constexpr Ending kEndedWell{};
 
-/// A process that does `work` and ends with its result, with 254 after an exception; SIGALRM ends it after 30
-/// seconds. One that is still there at the end of the object is killed.
+/// A process that does `work` and ends with its result, with 254 after an exception; SIGALRM ends it after
+/// 100 seconds. One that is still there at the end of the object is killed.
 class Process {
  public:
   explicit Process(const std::function<int()>& work);

@@ -105,7 +105,7 @@ class RefusedCalls : public testing::TestWithParam<StoreChange> {
 
 TEST_P(RefusedCalls, AFullDiskLeavesTheFileAsItWas) {
   const std::size_t needed = GetParam().written();
-  for (std::size_t room = 0; room < needed; room += 1 + needed / 60)
+  for (std::size_t room = 0; room < needed; room += 1 + needed / 24)
     expect_enospc_with_room_for(room);
   expect_enospc_with_room_for(needed - 1);
   prepare(GetParam(), path);

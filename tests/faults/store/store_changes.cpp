@@ -28,10 +28,10 @@ int create_key(const std::string& path) {
   return TestKey(path).LoadKey("New", 1, 3, nullptr);
 }
 
-/// Some twenty thousand bytes: a commit takes several reads and writes.
+/// Some twelve thousand bytes: a commit takes several reads and writes.
 std::string many_sections() {
   std::string text;
-  for (int i = 10; i < 30; ++i)
+  for (int i = 10; i < 22; ++i)
     text += "[Large" + std::to_string(i) + "\\]\ntext=\"" + std::string(1000, 'x') + "\"\n";
   return text;
 }
