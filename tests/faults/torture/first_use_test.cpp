@@ -32,6 +32,7 @@ class FirstUse : public testing::Test {
   Struck in_new_process(CallFaults::Fault fault) {
     int pipe_ends[2] = {-1, -1};
     EXPECT_EQ(pipe2(pipe_ends, O_CLOEXEC), 0);
+    std::fflush(stdout);  // or the child would write it once more
     const pid_t child = fork();
     if (child == 0) {
       const Struck struck = survive(fault);
