@@ -195,7 +195,7 @@ void Bystanders::expect_told() {
     request->reply(server);
   drain(server.address_number(), loop);
   for (HostRequest* request : {static_cast<HostRequest*>(&version), static_cast<HostRequest*>(&step)}) {
-    if (request->async.Request != nullptr) request->tell(TAVASyncStatus(&request->async, 0));
+    if (exited && request->async.Request != nullptr) request->tell(TAVASyncStatus(&request->async, 0));
     request->expect_told();
   }
   lookup.expect_told();

@@ -115,7 +115,7 @@ class ToldHost : public SsoTest, public testing::WithParamInterface<Cell> {
 
   void expect_own_told(OwnAct act) {
     if (act == OwnAct::step_again && others->exited) own->ends_with = 7;
-    if (own->async.Request != nullptr) own->tell(TAVASyncStatus(&own->async, 0));
+    if (others->exited && own->async.Request != nullptr) own->tell(TAVASyncStatus(&own->async, 0));
     own->expect_told();
   }
 
