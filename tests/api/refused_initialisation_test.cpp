@@ -156,3 +156,15 @@ TEST_F(RefusedInitialisation, EverythingIsReleasedByTheLastExit) {
     EXPECT_EQ(living_blocks(), before);
   }
 }
+
+TEST_F(RefusedInitialisation, ALookupInFlightIsReleasedByTheLastExit) {
+  ASSERT_NE(SSO_Init(), nullptr);  // once before, for what is made once and kept
+  SSO_Exit();
+  const long before = living_blocks();
+  ASSERT_NE(SSO_Init(), nullptr);
+  SSO_GetUserByAddrAsync(
+      1, nullptr, 0, nullptr, 0, [](int, void*) { FAIL() << "called back"; }, nullptr);
+  EXPECT_GT(living_blocks(), before);
+  TAVExit();
+  EXPECT_EQ(living_blocks(), before);
+}

@@ -173,6 +173,25 @@ TEST(CriticalSection, KeepsThreadsApart) {
   EXPECT_EQ(guarded, 4 * rounds);
 }
 
+TEST(CriticalSection, EveryOperationTakesTheMutexOnceAndGivesItBack) {
+  OpenCritSec section;
+  const Watch locks(Call::mutex_lock);
+  const auto expect_taken = [&](int count) {
+    EXPECT_EQ(locks.count(), count);
+    EXPECT_EQ(last_arguments().object, &section.mutex);
+    ASSERT_EQ(pthread_mutex_trylock(&section.mutex), 0);
+    pthread_mutex_unlock(&section.mutex);
+  };
+  section.DoLock(1);
+  expect_taken(1);
+  section.DoLock(0);
+  expect_taken(2);
+  section.Unlock();
+  expect_taken(3);
+  section.Unlock();
+  expect_taken(4);
+}
+
 TEST(CriticalSection, MakesItsMutexAndConditionWithDefaultAttributesAndDestroysThem) {
   const Watch mutex_inits(Call::mutex_init);
   const Watch mutex_destroys(Call::mutex_destroy);

@@ -197,7 +197,22 @@ TEST_F(ServerInterfaceSettle, AbandoningOneLeavesTheOthersInFlight) {
   EXPECT_EQ(other.status, 0U);
 }
 
-// A request is out of the table before its completion routine runs, which may therefore use the transport.
+unsigned count_registered(ServerInterface* transport, Request* request) {
+  *static_cast<std::size_t*>(request->context) =
+      static_cast<tavtest::OpenTransport*>(transport)->requests.size();
+  return 0;
+}
+
+TEST_F(ServerInterfaceSettle, ARequestIsOutOfTheTableWhenItsCompletionRoutineRuns) {
+  std::size_t registered = 99;
+  request.context = &registered;
+  request.completion = count_registered;
+  server.reply_status(sent);
+  EXPECT_EQ(complete(), &request);
+  EXPECT_EQ(registered, 0U);
+}
+
+// So the routine may use the transport.
 struct Busy {
   Request next;
   Request* dropped = nullptr;

@@ -114,6 +114,23 @@ TEST_F(Handle, ReleasesTheEarlierKeyBeforeItLoadsTheNewOne) {
   EXPECT_EQ(free_then, free_before + 1);  // Only the new file is open.
 }
 
+TEST_F(Handle, GivesItsDescriptorBackWhenThereIsNoStreamForIt) {
+  const int free_before = free_descriptor();
+  const CallFails fails(Call::open_stream, 1, ENOMEM);
+  EXPECT_TRUE(fails_with(12, [&] { return handle.Open(root.get(), "A", 0, nullptr, 1); }));
+  EXPECT_TRUE(fails.fired());
+  EXPECT_EQ(free_descriptor(), free_before);
+}
+
+TEST_F(Handle, GivesTheTemporaryFilesDescriptorBackWhenThereIsNoStreamForIt) {
+  ASSERT_EQ(handle.Open(root.get(), "A", 0, nullptr, 2), 1);
+  const int free_before = free_descriptor();
+  const CallFails fails(Call::open_stream, 1, ENOMEM);
+  EXPECT_TRUE(fails_with(12, [&] { return handle.DeleteValue("a"); }));
+  EXPECT_TRUE(fails.fired());
+  EXPECT_EQ(free_descriptor(), free_before);
+}
+
 TEST_F(Handle, ReleasesItsKeyWhenClosedAndAtItsEnd) {
   const int free_before = free_descriptor();
   {

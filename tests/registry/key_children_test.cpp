@@ -133,5 +133,11 @@ TEST_F(KeyChildren, AreNotDeletedWithoutWriteAccess) {
   EXPECT_EQ(content(), "[x]\n");
 }
 
+TEST_F(KeyChildren, OfAKeyWhoseFileCouldNotBeOpenedAreUnknown) {
+  TestKey key(folder.file("missing/registry"));
+  ASSERT_TRUE(fails_with(2, [&] { return key.LoadKey("", 0, 2, nullptr); }));
+  EXPECT_TRUE(fails_with(2, [&] { return key.DeleteKey("x"); }));
+}
+
 }  // namespace
 }  // namespace tavtest

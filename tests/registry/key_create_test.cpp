@@ -111,6 +111,16 @@ TEST_F(CreateKey, LeavesTheFileAsItWasWhenTheHeaderDoesNotFit) {
   EXPECT_EQ(content(), before);
 }
 
+TEST_F(CreateKey, FailsWhenTheEndOfTheFileCannotBeFound) {
+  write("[B]\n");
+  TestKey key(path);
+  const CallFails fails(Call::check_open, 3,
+                        EIO);  // The first two find out whether the file is the current one.
+  EXPECT_TRUE(fails_with(EIO, [&] { return key.LoadKey("A", 1, 3, nullptr); }));
+  EXPECT_TRUE(fails.fired());
+  EXPECT_EQ(content(), "[B]\n");
+}
+
 TEST_F(CreateKey, KeepsOthersOutWhileTheHeaderIsWritten) {
   TestKey key(path);
   const CallHook hook(Call::write, 1, [&] {

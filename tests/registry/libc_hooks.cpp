@@ -14,7 +14,7 @@ namespace tavtest {
 
 namespace {
 
-std::array<CallHook*, 11> hooks{};
+std::array<CallHook*, 12> hooks{};
 
 CallHook*& hook_of(Call kind) {
   return hooks[static_cast<std::size_t>(kind)];
@@ -80,6 +80,7 @@ int __real_rename(const char* from, const char* to);
 ssize_t __real_pread(int fd, void* buffer, std::size_t size, off_t offset);
 ssize_t __real_pwrite(int fd, const void* buffer, std::size_t size, off_t offset);
 int __real_stat(const char* path, struct stat* result);
+int __real_fstat(int fd, struct stat* result);
 int __real_open(const char* path, int flags, ...);
 int __real_unlink(const char* path);
 
@@ -148,6 +149,10 @@ int __wrap_stat(const char* path, struct stat* result) {
   if (call_fails(Call::check)) return -1;
   const InsideLibc inside;
   return __real_stat(path, result);
+}
+
+int __wrap_fstat(int fd, struct stat* result) {
+  return call_fails(Call::check_open) ? -1 : __real_fstat(fd, result);
 }
 
 int __wrap_open(const char* path, int flags, ...) {

@@ -9,6 +9,7 @@ namespace tavtest {
 enum class Call {
   allocate,
   check,
+  check_open,
   lock,
   open_file,
   open_stream,
@@ -22,8 +23,8 @@ enum class Call {
 
 /// Runs `action` just before the `nth` call of its kind (1: the first, 0: every one) while it lives. An
 /// action that returns a code other than 0 makes that call fail with it. `lock` is fcntl's F_SETLKW with any
-/// lock but the one that unlocks; `allocate` is malloc, calloc, realloc and operator new; `check` is stat; a
-/// failing `read_nothing` is a read that gives no byte and no error.
+/// lock but the one that unlocks; `allocate` is malloc, calloc, realloc and operator new; `check` is stat and
+/// `check_open` fstat; a failing `read_nothing` is a read that gives no byte and no error.
 /// One hook for each kind of call may live at a time.
 class CallHook {
  public:

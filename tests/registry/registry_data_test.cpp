@@ -177,6 +177,7 @@ TEST(RegistryData, HasABadAddressForNullPointers) {
   ARegistryData data;
   EXPECT_TRUE(fails_with(14, [&] { return data.EnterData(nullptr, "1"); }));
   EXPECT_TRUE(fails_with(14, [&] { return data.EnterData("a", nullptr); }));
+  ASSERT_EQ(data.EnterData("a", "1"), 1);
   EXPECT_TRUE(fails_with(14, [&] { return data.DeleteData(nullptr); }));
   EXPECT_EQ(data.GetData(nullptr), nullptr);
 }

@@ -92,6 +92,37 @@ TEST_F(TwoProcesses, LoseNothingWhenOneCannotTellWhetherItsFileWasReplaced) {
   EXPECT_EQ(content(), "[A\\]\nv=\"a\"\n[B\\]\nv=\"x\"\n");
 }
 
+TEST_F(TwoProcesses, LoseNothingWhenOneCannotLookAtItsOpenFile) {
+  write("[A]\n");
+  TestKey key(path);
+  ASSERT_EQ(key.LoadKey("A", 0, 2, nullptr), 1);
+  {
+    const CallFails fails(Call::check_open, 1, EIO);
+    EXPECT_TRUE(fails_with(EIO, [&] { return set_text(key, "v", "a"); }));
+    EXPECT_TRUE(fails.fired());
+  }
+  EXPECT_EQ(content(), "[A]\n");
+  EXPECT_TRUE(others_can_lock(path, F_WRLCK));
+  EXPECT_EQ(set_text(key, "v", "a"), 1);
+  EXPECT_EQ(content(), "[A\\]\nv=\"a\"\n");
+}
+
+TEST_F(TwoProcesses, LoseNothingWhenOneCannotOpenTheOthersFile) {
+  write("[A]\n[B]\n");
+  TestKey key(path);
+  ASSERT_EQ(key.LoadKey("A", 0, 2, nullptr), 1);
+  ASSERT_EQ(in_other_process([&] { return set_in("B"); }), 1);
+  {
+    const CallFails fails(Call::open_file, 1, EMFILE);
+    EXPECT_TRUE(fails_with(EMFILE, [&] { return set_text(key, "v", "a"); }));
+    EXPECT_TRUE(fails.fired());
+  }
+  EXPECT_EQ(content(), "[A\\]\n[B\\]\nv=\"x\"\n");
+  EXPECT_TRUE(others_can_lock(path, F_WRLCK));
+  EXPECT_EQ(set_text(key, "v", "a"), 1);
+  EXPECT_EQ(content(), "[A\\]\nv=\"a\"\n[B\\]\nv=\"x\"\n");
+}
+
 TEST_F(TwoProcesses, ThatWriteAtOnceLoseNothing) {
   std::string headers;
   for (char name = 'A'; name <= 'D'; ++name)
