@@ -19,7 +19,8 @@ scripts/mutation/survivors.txt.
   --build FOLDER  where the copy is built (build/mutation)
   -h, --help      print this and exit
 
-Exit codes: 0 at least 95 % were caught and every survivor is listed, 2 wrong argument, anything else: a failure.
+Exit codes: 0 every survivor is listed and at least 95 % were caught of those that are not listed as equivalent,
+2 wrong argument, anything else: a failure.
 END
 }
 
@@ -57,4 +58,5 @@ if [ -z "$build" ]; then refuse "empty folder"; fi
 
 install_packages "to break the library" "${packages_build[@]}" "${packages_gcc[@]}" "${packages_tools[@]}" \
   "${packages_tests[@]}" "${packages_mutation[@]}"
-PYTHONDONTWRITEBYTECODE=1 nice python3 scripts/mutation/mutate.py --count "$count" --seed "$seed" --build "$build" "${room[@]}"
+export PYTHONDONTWRITEBYTECODE=1
+nice python3 scripts/mutation/mutate.py --count "$count" --seed "$seed" --build "$build" "${room[@]}"

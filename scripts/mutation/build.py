@@ -241,7 +241,9 @@ class Build:
         if process.returncode == 0:
             return None
         failed = [line for line in output.decode(errors="replace").split("\n") if line.startswith("[  FAILED  ]")]
-        return f"{program}: {failed[0][13:].split(',')[0].split(' (')[0]}" if failed else f"{program}: ended with {process.returncode}"
+        if not failed:
+            return f"{program}: ended with {process.returncode}"
+        return f"{program}: {failed[0][13:].split(',')[0].split(' (')[0]}"
 
 
 def _processor_time():

@@ -21,7 +21,9 @@ NO_ACTION = {
     "enum", "template", "public", "private", "protected", "case", "default", "inline", "explicit", "if", "else",
     "for", "while", "do", "switch", "try", "catch", "static_assert", "friend", "union", "goto",
 }
-DECLARATION = re.compile(r"^(?:[A-Za-z_][\w:]*(?:<[^;=()]*>)?[\s*&]+)+[A-Za-z_]\w*\s*(?:[=;({\[]|$)|.*= (?:delete|default);$")
+DECLARATION = re.compile(
+    r"^(?:[A-Za-z_][\w:]*(?:<[^;=()]*>)?[\s*&]+)+[A-Za-z_]\w*\s*(?:[=;({\[]|$)|.*= (?:delete|default);$"
+)
 PARAMETER = re.compile(r"[\w>][*&]*\s+[*&]*[A-Za-z_]")
 
 
@@ -83,7 +85,11 @@ def constants(source):
             continue
         digits = re.match(r"0[xX][0-9a-fA-F']+|[\d']+", token.text).group()
         plain = digits.replace("'", "")
-        form, base = ("0x%x", 16) if plain[:2] in ("0x", "0X") else ("0%o", 8) if plain[0] == "0" != plain else ("%d", 10)
+        form, base = "%d", 10
+        if plain[:2] in ("0x", "0X"):
+            form, base = "0x%x", 16
+        elif plain[0] == "0" != plain:
+            form, base = "0%o", 8
         value = int(plain, base)
         for changed in (value + 1, value - 1):
             if changed >= 0 and (changed > value or not source.is_table(token.start)):
@@ -106,7 +112,8 @@ def conditions(source):
             last = _end_of_statement(source, index) - 1
             inner = source.between(index + 1, last)
             if re.search(r" (?:[<>=!]=|[<>]|&&|\|\|) ", inner) and "?" not in inner and "{" not in inner:
-                yield Mutant(source, "condition", source.tokens[index + 1].start, source.tokens[last].end, f"!({inner})")
+                start, end = source.tokens[index + 1].start, source.tokens[last].end
+                yield Mutant(source, "condition", start, end, f"!({inner})")
 
 
 def choices(source):
@@ -148,12 +155,10 @@ def statements(source):
         start, end = source.tokens[first].start, source.tokens[last].end
         yield Mutant(source, "statement", start, end, ";")
         if previous is not None and previous[1] + 1 == first:
-            before = source.between(*previous)
+            before, after = source.between(*previous), source.between(first, last)
             gap = source.text[source.tokens[previous[1]].end : start]
-            if before != source.between(first, last) and not gap.strip() and source.word(first) not in ("break", "return"):
-                yield Mutant(
-                    source, "order", source.tokens[previous[0]].start, end, source.between(first, last) + gap + before
-                )
+            if before != after and not gap.strip() and source.word(first) not in ("break", "return"):
+                yield Mutant(source, "order", source.tokens[previous[0]].start, end, after + gap + before)
         previous = (first, last)
 
 
@@ -211,5 +216,6 @@ def _actions(source):
             continue
         last = _end_of_statement(source, index)
         text = source.between(index, last)
-        if source.word(last) == ";" and "{" not in text and (first.text in ("return", "delete", "throw") or not DECLARATION.match(text)):
+        declares = first.text not in ("return", "delete", "throw") and DECLARATION.match(text)
+        if source.word(last) == ";" and "{" not in text and not declares:
             yield index, last

@@ -10,7 +10,8 @@
 import pathlib
 import sys
 
-VERDICTS = ("equivalent:", "gap:")
+EQUIVALENT = "equivalent:"
+VERDICTS = (EQUIVALENT, "gap:")
 
 
 def key_of(mutant):
