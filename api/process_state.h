@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/// One thread's state, owned by the thread-local slot.
+/// One thread's state. It ends with its thread or at the last TAVExit, whichever comes first.
 struct TAVThreadRecord {
   std::uint32_t lastError{0};
 };
