@@ -6,6 +6,7 @@
 
 #include "protocol/entry_widths.h"
 #include "protocol/packet_image.h"
+#include "support/spoiled_errno.h"
 
 // Packets as a hostile or broken server would send them. Each lies in a heap block of exactly 4096 bytes.
 
@@ -96,6 +97,19 @@ TYPED_TEST(DemarshalBounds, RefusedBlockReleasesTheTextsReadBefore) {
 
 TYPED_TEST(DemarshalBounds, RefusedTextReleasesTheTextsReadBefore) {
   this->expect_refused(reply(200).be16(38, 2).be16(40, 8).be16(42, 2).be16(44, 200).be16(46, 1));
+}
+
+TYPED_TEST(DemarshalBounds, RefusalIsToldEvenWhereAReleaseChangesErrno) {
+  const auto packet = reply(200).be16(38, 2).be16(40, 200).be16(42, 1).packet();
+  SetOsError(0);
+  unsigned reason = 0;
+  {
+    const tavtest::SpoiledErrno spoiled;
+    TypeParam::demarshal(this->entry.target(), packet.get(), 0);
+    reason = GetOsError();
+    EXPECT_GE(spoiled.count(), 1);  // the first text's memory
+  }
+  EXPECT_EQ(reason, kOutOfBounds);
 }
 
 TYPED_TEST(DemarshalBounds, LengthWordOfZeroRefusesEveryText) {

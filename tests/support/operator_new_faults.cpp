@@ -3,6 +3,7 @@
 // charge.
 
 #include <cstddef>
+#include <cstdlib>
 #include <new>
 
 #include "support/call_faults.h"
@@ -10,12 +11,6 @@
 extern "C" {
 
 void* __real_malloc(std::size_t size);
-void __real_free(void* block);
-
-void __wrap_free(void* block) {
-  tavtest::note_release(block);
-  __real_free(block);
-}
 
 }  // extern "C"
 
@@ -46,20 +41,20 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return block("new[] nothrow", size);
 }
 void operator delete(void* memory) noexcept {
-  __wrap_free(memory);
+  std::free(memory);
 }
 void operator delete[](void* memory) noexcept {
-  __wrap_free(memory);
+  std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-  __wrap_free(memory);
+  std::free(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-  __wrap_free(memory);
+  std::free(memory);
 }
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
-  __wrap_free(memory);
+  std::free(memory);
 }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-  __wrap_free(memory);
+  std::free(memory);
 }

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <stdexcept>
 
+#include "support/call_faults.h"
+
 namespace tavtest {
 namespace {
 
@@ -37,9 +39,16 @@ int SpoiledErrno::count() const {
 // The linker sends the program's calls of `name` to __wrap_name.
 extern "C" {
 
+void __real_free(void* block);
 void __real__ZdlPv(void* block);
 void __real__ZdlPvm(void* block, std::size_t size);
 void __real__ZdaPv(void* block);
+
+void __wrap_free(void* block) {
+  tavtest::note_release(block);  // for those who count the library's blocks
+  __real_free(block);
+  tavtest::spoil();
+}
 
 void __wrap__ZdlPv(void* block) {
   __real__ZdlPv(block);

@@ -3,7 +3,7 @@
 
 namespace tavtest {
 
-/// While an object lives (one at a time), each release of memory from operator new in the program's own code
+/// While an object lives (one at a time), each release of memory in the program's own code
 /// and the static library leaves EILSEQ in `errno`, as a heap may. A program gets this by linking
 /// tavlib_test_faults.
 class SpoiledErrno {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <functional>
 
 #include "faults/torture/scenario.h"
@@ -29,6 +30,9 @@ class ThreeServers {
 
   /// Forgets what has arrived, and tells at which servers something had: "y-y".
   std::string drain();
+
+  /// Moves the clock.
+  void pass(std::chrono::milliseconds time) { time_.advance(time); }
 
   FakeServer& gateway() { return servers_[0]; }
   unsigned long address(std::size_t index) const { return servers_[index].address_number(); }
