@@ -84,8 +84,9 @@ bool read_block(const PacketReader& packet, std::size_t at, Record& entry) {
 }
 
 template <typename Record>
-bool read_descriptor(const PacketReader& packet, std::uint64_t at, Record& entry) {
-  if (at + kDescriptorSize > kPacketSize) return false;
+bool read_descriptor(const PacketReader& packet, std::uint64_t offset, Record& entry) {
+  if (offset + kDescriptorSize > kPacketSize) return false;
+  const auto at = static_cast<std::size_t>(offset);
   if (!read_texts(packet, at, entry) || !read_block(packet, at, entry)) return false;
   for (const auto& field : kWordFields<Record>)
     entry.*field.word = packet.be32(at + field.at);

@@ -96,7 +96,7 @@ void write_entries(_TAVPACKET& packet, const Record* entries, unsigned count) {
   if (!query) writer.be32(kCountAt, count);
   const unsigned descriptors = query ? std::min(count, 1U) : count;
   for (unsigned i = 0; i < descriptors; ++i)
-    write_descriptor(writer, descriptor_offset(packet.code, i), *entries);
+    write_descriptor(writer, static_cast<std::size_t>(descriptor_offset(packet.code, i)), *entries);
 }
 
 template <typename Record>
