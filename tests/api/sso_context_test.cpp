@@ -205,6 +205,18 @@ TEST_F(SsoContext, ACopyThatGoesOwnsItsRequest) {
   EXPECT_NE(context->handle.Request, nullptr);
 }
 
+// And the object that it was copied from is neither told of it nor deleted.
+TEST_F(SsoContext, ACopyThatGoesIsFinishedAndDeletedByTheReadyCallback) {
+  auto* copy = new OpenContext(*context);
+  copy->Go();
+  server.reply_entry(server.receive(), user_at(somewhere));
+  loop.run();
+  EXPECT_EQ(told.outcomes, std::vector<int>{1});
+  EXPECT_EQ(told.user_text(), "ALICE");
+  EXPECT_EQ(context->answered, 0u);
+  EXPECT_NE(context->query, nullptr);
+}
+
 TEST_F(SsoContext, ACopyThatCannotGoLeavesTheEnumerationOpen) {
   context->Go();
   const auto request = server.receive();

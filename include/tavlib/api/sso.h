@@ -98,7 +98,7 @@ class TAVLIB_API SSO_TAVContext {
                  SSO_Callback callback, void* cookie);
 
   /// Copies what is asked and where the answer goes. The copy owns neither the enumeration, which must
-  /// outlive it, nor the request.
+  /// outlive it, nor the other's request.
   SSO_TAVContext(const SSO_TAVContext& other);
   SSO_TAVContext& operator=(const SSO_TAVContext&) = delete;
 
