@@ -28,6 +28,11 @@ ServerInterface::ASyncRequest* next_completed(TAVServerInterface& server) {
   return nullptr;
 }
 
+// A handle whose outcome was told or that was given up, or that never had a request.
+int refuse_empty() {
+  return tavlib::refuse(g_ServerList == nullptr ? TAV_E_NOTINITIALISED : TAV_E_CANCELLED);
+}
+
 int give_up(TAVASYNC& async, ServerInterface& owner) {
   owner.AbandonRequest(async.Request);
   tavlib::release_request(async);
@@ -43,6 +48,7 @@ int orphaned(TAVASYNC& async) {
 }  // namespace
 
 int TAVASyncSocket(TAVASYNC* async) {
+  if (async->Request == nullptr) return -1;
   ServerInterface* owner = tavlib::living_owner(*async->Request);
   return owner == nullptr ? -1 : owner->GetSocket();
 }
@@ -57,6 +63,7 @@ int TAVASyncPop(TAVASYNC** async, unsigned long server) {
 }
 
 int TAVASyncStatus(TAVASYNC* async, int wait) {
+  if (async->Request == nullptr) return refuse_empty();
   for (;;) {
     if (async->Request->status != TAV_E_PENDING) return tavlib::conclude(*async);
     ServerInterface* owner = tavlib::living_owner(*async->Request);

@@ -57,6 +57,26 @@ TEST_F(Polling, WithoutAnAnswerGives14AndLeavesTheHandleOutstanding) {
   EXPECT_NE(async.Request, nullptr);
 }
 
+namespace {
+
+// A handle whose outcome was told, or that was given up.
+class EmptyHandle : public AsyncStatus, public testing::WithParamInterface<int> {};
+
+}  // namespace
+
+TEST_P(EmptyHandle, HasTheStatus17AndNoSocket) {
+  ASSERT_EQ(TAVASyncAbandon(&async), 1);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(failed_with(17, TAVASyncStatus(&async, GetParam())));
+    EXPECT_EQ(TAVASyncSocket(&async), -1);
+  }
+  EXPECT_TRUE(time.waits().empty());
+  TAVASYNC fresh{};
+  EXPECT_TRUE(failed_with(17, TAVASyncStatus(&fresh, GetParam())));
+}
+
+INSTANTIATE_TEST_SUITE_P(Wait, EmptyHandle, testing::Values(0, 1), testing::PrintToStringParamName());
+
 TEST_F(Polling, TakesAnAnswerThatIsThere) {
   server.reply_version(request, 3);
   EXPECT_EQ(TAVASyncStatus(&async, 0), 1);

@@ -30,6 +30,14 @@ TEST_F(ExitedHandle, HasTheStatus7WhenPolled) {
   EXPECT_EQ(async.Request, nullptr);
 }
 
+TEST_F(ExitedHandle, HasTheStatus7AndNoSocketAsOftenAsItIsAsked) {
+  TAVExit();
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(failed_with(7, TAVASyncStatus(&async, i % 2)));
+    EXPECT_EQ(TAVASyncSocket(&async), -1);
+  }
+}
+
 TEST_F(ExitedHandle, HasTheStatus7WhenWaitedFor) {
   TAVExit();
   EXPECT_TRUE(failed_with(7, TAVASyncStatus(&async, 1)));

@@ -23,8 +23,8 @@ typedef struct TAVASYNC TAVASYNC;
 
 TAVLIB_BEGIN_C
 
-/// The socket of the server to which the handle's request was sent, for a host's event loop; -1 when the
-/// library was exited since. A request must be attached.
+/// The socket of the server to which the handle's request was sent, for a host's event loop; -1 when none is
+/// attached or the library was exited since.
 TAVLIB_API int TAVASyncSocket(TAVASYNC* async);
 
 /// Completes one request of the server, for hosts that call when its socket is readable; it never waits. 1
@@ -37,9 +37,10 @@ TAVLIB_API int TAVASyncPop(TAVASYNC** async, unsigned long server);
 
 /// Asks for the state of the handle's request, or waits for its answer when `wait` is not 0. 1 when it was
 /// answered; 0 otherwise with last error 14 (not yet; the handle stays as it is), 4 (waited 300 seconds
-/// without an answer, or the wait failed), 7 (the library was exited since) or the request's own failure. A
-/// request must be attached. While waiting it takes other requests' answers from the same socket; their
-/// owners are told as usual.
+/// without an answer, or the wait failed), 7 (the library was exited since), 17 (nothing is attached) or the
+/// request's own failure. While waiting it takes other requests' answers from the same socket; their owners
+/// are told as usual. A wait that is interrupted, or that ends without an answer while `errno` is 4 (EINTR),
+/// starts over.
 TAVLIB_API int TAVASyncStatus(TAVASYNC* async, int wait);
 
 /// Gives the handle's request up, whether it is outstanding or answered and not told yet: the handle is empty
