@@ -42,12 +42,12 @@ SSO_TAVContext::~SSO_TAVContext() {
 }
 
 // A second call is refused before it takes the handle: the first one's request would be lost, and its answer
-// come to a handle that is gone. A copy was made with the handle's word of the object that it is a copy of,
-// which need not be there any more: the answer is its own.
+// come to a handle that is gone. A copy begins with the handle of the object that it was copied from, and
+// lets go of that one's request and of the way back to it.
 void SSO_TAVContext::Go() {
   const bool busy = sent && handle.Request != nullptr;
+  if (!busy) handle = {this, nullptr};
   sent = true;
-  handle.Context = this;
   const int result = busy ? tavlib::refuse(TAV_E_BUSY) : TAVQueryNextAsA(query, &entry, &handle);
   if (result == 1) return;
   if (TAVGetLastError() != TAV_E_PENDING) {

@@ -230,6 +230,18 @@ TEST_F(SsoContext, ACopyThatCannotGoLeavesTheEnumerationOpen) {
   EXPECT_EQ(told.user_text(), "ALICE");
 }
 
+TEST_F(SsoContext, ACopyThatCannotGoWithoutTheLibraryLeavesTheOthersRequestAlone) {
+  context->Go();
+  auto* const request = context->handle.Request;
+  auto copy = std::make_unique<OpenContext>(*context);
+  SSO_Exit();
+  EXPECT_EQ(code_of([&copy] { copy->Go(); }), 7u);
+  EXPECT_EQ(copy->handle.Request, nullptr);
+  copy.reset();
+  EXPECT_EQ(context->handle.Request, request);
+  EXPECT_TRUE(failed_with(7, TAVASyncStatus(&context->handle, 0)));
+}
+
 TEST_F(SsoContext, GoTwiceIsBusyAndKeepsTheFirstRequest) {
   context->Go();
   const auto request = server.receive();
