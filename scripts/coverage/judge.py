@@ -1,8 +1,8 @@
 """judge.py COVERAGE EXPLAINED: judges what gcovr counted (its JSON form) of the library.
 
-Prints the coverage of each room, every line that never ran, and those with a branch that was never taken. Fails below the limits, and unless EXPLAINED explains
-exactly the lines that never ran. It holds, for each of them, "FILE: TEXT" with the line's text without blanks around
-it, and the reason below, indented. "#" begins a comment.
+Prints the coverage of each room, every line that never ran, and those with a branch that was never taken. Fails below
+the limits, and unless EXPLAINED explains exactly the lines that never ran. It holds, for each of them, "FILE: TEXT" with
+the line's text without blanks around it, and the reason below, indented. "#" begins a comment.
 """
 
 import collections
