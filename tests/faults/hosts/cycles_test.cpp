@@ -1,8 +1,6 @@
 // The library started and ended again and again. The environment variable TAVLIB_TEST_CYCLES says how often:
 // a million cycles of each kind take minutes.
 
-#include <malloc.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -10,25 +8,15 @@
 
 #include "faults/hosts/descriptors.h"
 #include "faults/hosts/host_test.h"
-
-extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();
+#include "support/process_memory.h"
 
 using namespace tavtest;
 
 namespace {
 
-bool sanitized() {
-  return __sanitizer_get_current_allocated_bytes != nullptr;
-}
-
 long cycles() {
   if (const char* const wanted = std::getenv("TAVLIB_TEST_CYCLES")) return std::atol(wanted);
   return sanitized() ? 200 : 500;
-}
-
-// The bytes that the process has from malloc.
-long allocated() {
-  return static_cast<long>(sanitized() ? __sanitizer_get_current_allocated_bytes() : mallinfo2().uordblks);
 }
 
 // The process's memory in use, in bytes.
