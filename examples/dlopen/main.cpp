@@ -48,6 +48,7 @@ int main(int count, char** arguments) {
     std::cerr << "lookup_dlopen: " << dlerror() << '\n';
     return 1;
   }
-  // The library keeps a root key of the registry for the life of the process, so it stays loaded.
-  return look_up(library, arguments[2]);
+  const int result = look_up(library, arguments[2]);
+  dlclose(library);
+  return result;
 }
