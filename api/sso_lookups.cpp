@@ -76,8 +76,14 @@ unsigned expire_lookups(std::chrono::steady_clock::time_point started_before) {
     });
   };
   unsigned count = 0;
-  for (; ServerInterface::ASyncRequest* request = next(); ++count)
-    expire(request);
+  while (ServerInterface::ASyncRequest* request = next()) {
+    if (request->status == TAV_E_PENDING) {
+      expire(request);
+      ++count;
+    } else {
+      finish(request);  // on the server of a gateway before
+    }
+  }
   return count;
 }
 

@@ -97,6 +97,25 @@ TEST_F(SsoExpire, FinishesALookupWhoseAnswerAnotherCallRead) {
   expect_expired(second);
 }
 
+TEST_F(SsoTest, ExpiringFinishesAnAnsweredLookupOfTheGatewayBefore) {
+  const FakeServer later("later", "127.0.0.2");
+  config.write_servers({server.configured(), later.configured()}, server.address());
+  ASSERT_NE(SSO_Init(), nullptr);
+  Lookup lookup;
+  lookup.start(1);
+  const auto answered = server.receive();
+  config.write_servers({server.configured(), later.configured()}, later.address());
+  ASSERT_NE(SSO_Init(), nullptr);
+  time.script({[&] { server.reply_entry(answered, {.user = u"ALICE"}); },
+               [&] { server.reply_version(server.receive(), 1); }});
+  unsigned version = 0;
+  ASSERT_EQ(TAVQueryVersion(address(), &version), 1);
+  time.advance(seconds(1));
+  EXPECT_EQ(SSO_ExpireLookups(0), 0u);
+  EXPECT_EQ(lookup.outcomes, std::vector<int>{1});
+  EXPECT_EQ(lookup.user_text(), "ALICE");
+}
+
 TEST_F(SsoExpire, FinishesALookupWhoseAnswerACallbackReadMeanwhile) {
   start(first);
   const auto answered = start(second);
