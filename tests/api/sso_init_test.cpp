@@ -167,6 +167,20 @@ TEST_F(SsoInit, ReadsTheGatewayAgainEachTime) {
   EXPECT_EQ(loop.set[1].socket, -1);
 }
 
+// As after an initialisation for which there was no memory: TAVGetSocket gives 0 then.
+TEST_F(SsoInit, WithALibraryThatIsOnlyCountedSucceedsAndRegisters0) {
+  g_InitCount = 1;
+  EXPECT_NE(SSO_Init(), nullptr);
+  ASSERT_EQ(loop.set.size(), 1u);
+  EXPECT_EQ(loop.set[0].socket, 0);
+  EXPECT_EQ(loop.run(5), 5);
+  EXPECT_TRUE(failed_with(7, SSO_GetUserByAddr(1, nullptr, 0, nullptr, 0)));
+  SSO_Exit();
+  ASSERT_EQ(loop.removed.size(), 1u);
+  EXPECT_EQ(loop.removed[0].socket, 0);
+  EXPECT_EQ(init_count(), 1u);
+}
+
 TEST_F(SsoInit, LastErrorIsThatOfTheThread) {
   TAVSetLastError(42);
   EXPECT_EQ(SSO_GetLastError(), 42u);
