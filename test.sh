@@ -71,7 +71,7 @@ case $preset in
   asan-clang | tsan-clang) packages+=("${packages_clang_sanitizers[@]}") ;;
 esac
 case $preset in
-  release | *-clang) packages+=("${packages_fuzz[@]}") ;;
+  release | release-clang) packages+=("${packages_fuzz[@]}") ;;
 esac
 install_packages "for the preset $preset" "${packages[@]}"
 
