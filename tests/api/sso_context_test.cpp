@@ -276,6 +276,16 @@ TEST_F(SsoContext, GoThatFailsClosesTheEnumerationAndThrowsItsCode) {
   EXPECT_TRUE(told.outcomes.empty());
 }
 
+TEST_F(SsoContext, GoAfterOneThatFailedThrows17) {
+  g_SsoServer = inet_addr("127.9.9.9");
+  context = make(told.user.data(), told.second.data());
+  EXPECT_EQ(code_of([this] { context->Go(); }), 11u);
+  for (int i = 0; i < 2; ++i)
+    EXPECT_EQ(code_of([this] { context->Go(); }), 17u);
+  EXPECT_EQ(TAVGetLastError(), 17u);
+  EXPECT_EQ(context->handle.Request, nullptr);
+}
+
 TEST_F(SsoContext, GoAfterTheLibraryWasExitedThrows7) {
   SSO_Exit();
   EXPECT_EQ(code_of([this] { context->Go(); }), 7u);
