@@ -39,7 +39,10 @@ say "plain compiler calls"
 warnings='-Wall -Wextra -pedantic -Werror'
 "$cxx" "$@" -std=c++17 $warnings "$consumer/host.cpp" "-I$prefix/include" "-L$lib" -ltavlib -o "$folder/cxx_shared"
 "$cxx" "$@" -std=c++17 $warnings "$consumer/host.cpp" "-I$prefix/include" "$lib/libtavlib.a" -o "$folder/cxx_static"
-"$cc" "$@" -std=c11 $warnings "$consumer/host.c" "-I$prefix/include" "-L$lib" -ltavlib -o "$folder/c_shared"
+linker=$cc
+if [ $# -gt 0 ]; then linker=$cxx; fi  # which brings the C++ half of clang's sanitizers
+"$cc" "$@" -std=c11 $warnings -c "$consumer/host.c" "-I$prefix/include" -o "$folder/host.o"
+"$linker" "$@" "$folder/host.o" "-L$lib" -ltavlib -o "$folder/c_shared"
 export LD_LIBRARY_PATH="$lib"
 "$folder/cxx_shared"
 "$folder/cxx_static"
