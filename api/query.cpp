@@ -19,10 +19,11 @@ int wait_for(TAVASYNC& async, int result) {
 }
 
 template <typename Record>
-int next_entry(TAVQueryEnum& query, Record& entry, TAVASYNC& async) {
-  if (g_ServerList == nullptr || query.UsesList(g_ServerList) == 0)
-    return tavlib::refuse(TAV_E_NOTINITIALISED);
-  return tavlib::started(async, query.QueryNext(entry, tavlib::attach_request(async)));
+int next_entry(TAVQueryEnum* query, Record& entry, TAVASYNC& async) {
+  if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  if (query == nullptr) return tavlib::refuse(TAV_E_CANCELLED);
+  if (query->UsesList(g_ServerList) == 0) return tavlib::refuse(TAV_E_NOTINITIALISED);
+  return tavlib::started(async, query->QueryNext(entry, tavlib::attach_request(async)));
 }
 
 std::unique_ptr<TAVQueryEnum> create_enumeration(const _TAVENTRYW& filter, unsigned a1, unsigned a2,
@@ -87,11 +88,11 @@ int TAVQueryStartA(const _TAVENTRYA* filter, unsigned a1, unsigned a2, unsigned 
 }
 
 int TAVQueryNextAsW(TAVQueryEnum* query, _TAVENTRYW* entry, TAVASYNC* async) {
-  return next_entry(*query, *entry, *async);
+  return next_entry(query, *entry, *async);
 }
 
 int TAVQueryNextAsA(TAVQueryEnum* query, _TAVENTRYA* entry, TAVASYNC* async) {
-  return next_entry(*query, *entry, *async);
+  return next_entry(query, *entry, *async);
 }
 
 int TAVQueryNextW(TAVQueryEnum* query, _TAVENTRYW* entry) {

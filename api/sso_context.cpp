@@ -48,8 +48,7 @@ void SSO_TAVContext::Go() {
   const bool busy = sent && handle.Request != nullptr;
   if (!busy) handle = {this, nullptr};
   sent = true;
-  const int result = busy || query == nullptr ? tavlib::refuse(busy ? TAV_E_BUSY : TAV_E_CANCELLED)
-                                              : TAVQueryNextAsA(query, &entry, &handle);
+  const int result = busy ? tavlib::refuse(TAV_E_BUSY) : TAVQueryNextAsA(query, &entry, &handle);
   if (result == 1) return;
   if (TAVGetLastError() != TAV_E_PENDING) {
     closeQuery();

@@ -57,6 +57,16 @@ TEST_F(QueryNext, LeavesTheRecordUntouchedAtTheEnd) {
   EXPECT_EQ(narrow.user, nullptr);
 }
 
+// As a host goes on that did not look whether its enumeration began.
+TEST_F(QueryNext, OfNoEnumerationFailsWith17AndSendsNothing) {
+  EXPECT_TRUE(failed_with(17, TAVQueryNextW(nullptr, &wide)));
+  EXPECT_TRUE(failed_with(17, TAVQueryNextA(nullptr, &narrow)));
+  EXPECT_TRUE(failed_with(17, TAVQueryNextAsW(nullptr, &wide, &async)));
+  EXPECT_TRUE(failed_with(17, TAVQueryNextAsA(nullptr, &narrow, &async)));
+  EXPECT_EQ(async.Request, nullptr);
+  EXPECT_TRUE(server.is_idle());
+}
+
 TEST_F(QueryNext, AsWSendsAndReturnsWith14) {
   EXPECT_TRUE(failed_with(14, TAVQueryNextAsW(query, &wide, &async)));
   EXPECT_TRUE(time.waits().empty());

@@ -45,7 +45,7 @@ TAVLIB_API int TAVQueryStartA(const _TAVENTRYA* filter, unsigned a1, unsigned a2
 
 /// The next entry. Its texts and block belong to the enumeration and last until its next step completes or it
 /// is closed; do not free them. Last error 6 at the end, 15 while an earlier step is outstanding, 7 when the
-/// library was exited since the enumeration began.
+/// library was exited since the enumeration began, 17 when `query` is null.
 TAVLIB_API int TAVQueryNextW(TAVQueryEnum* query, _TAVENTRYW* entry);
 TAVLIB_API int TAVQueryNextAsW(TAVQueryEnum* query, _TAVENTRYW* entry, TAVASYNC* async);
 TAVLIB_API int TAVQueryNextA(TAVQueryEnum* query, _TAVENTRYA* entry);

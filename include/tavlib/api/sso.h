@@ -107,7 +107,7 @@ class TAVLIB_API SSO_TAVContext {
 
   /// Sends the request. Throws tavexception when that fails, 15 while an earlier one is outstanding; the
   /// enumeration is then closed, and an earlier request ends as one whose enumeration was closed. Any further
-  /// call throws 17.
+  /// call throws 17, or 7 without the library.
   void Go();
 
   /// Takes the outcome of the request, as TAVASyncPop and the last error tell it: fills the buffers, calls
