@@ -48,7 +48,7 @@ void step(RegistrySession& session, Input& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   tavtest::Input input(data, size);
   tavtest::RegistrySession session((input.byte() & 1) != 0 ? tavtest::kFirstFile : "");
-  for (std::size_t steps = 0; steps < tavtest::kMostSteps && !input.empty(); ++steps)
+  for (std::size_t steps = 0; steps < tavtest::kMostSteps && !input.empty() && !session.is_large(); ++steps)
     tavtest::step(session, input);
   return 0;
 }

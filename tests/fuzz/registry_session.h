@@ -29,7 +29,14 @@ class RegistrySession {
   void delete_key(const std::string& name);
   void find_value(const std::string& name);
 
+  /// Whether the file has grown so large that further operations would take too long. A name with a header in
+  /// a line of its own makes a further section of the key, and each change writes the key's values into all
+  /// of them: the file can double each time.
+  bool is_large() const { return content_.size() > kLarge; }
+
  private:
+  static constexpr std::size_t kLarge = 1 << 18;
+
   void check_file() const;
   void check_read_back() const;
 
