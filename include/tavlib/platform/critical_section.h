@@ -1,6 +1,8 @@
 #ifndef TAVLIB_PLATFORM_CRITICAL_SECTION_H
 #define TAVLIB_PLATFORM_CRITICAL_SECTION_H
 
+#ifdef __cplusplus
+
 #include <pthread.h>
 #include <tavlib/export.h>
 
@@ -28,5 +30,7 @@ class TAVLIB_API ACritSec {
   pthread_t owner{};          ///< Meaningful only while `count` is not 0.
   unsigned count{0};          ///< Depth of recursion; 0 when free.
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_PLATFORM_DIRECTORY_H
 #define TAVLIB_PLATFORM_DIRECTORY_H
 
+#ifdef __cplusplus
+
 #include <dirent.h>
 #include <tavlib/export.h>
 
@@ -52,5 +54,7 @@ class TAVLIB_API ADirectory {
   DIR* handle{nullptr};    ///< Null when closed.
   char path[1024]{};       ///< The directory, ending in "/" after a successful Open.
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_PLATFORM_THREAD_LOCAL_SLOT_H
 #define TAVLIB_PLATFORM_THREAD_LOCAL_SLOT_H
 
+#ifdef __cplusplus
+
 #include <pthread.h>
 #include <tavlib/export.h>
 
@@ -40,5 +42,7 @@ class TAVLIB_API ATls {
   pthread_key_t key{};
   std::uint32_t created{0};
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_PROTOCOL_SERVER_INTERFACE_H
 #define TAVLIB_PROTOCOL_SERVER_INTERFACE_H
 
+#ifdef __cplusplus
+
 #include <tavlib/error_numbers.h>
 #include <tavlib/export.h>
 #include <tavlib/protocol/blowfish.h>
@@ -129,5 +131,7 @@ class TAVLIB_API ServerInterface {
   void settle(ASyncRequest* request, _TAVPACKET& reply);
   void remove(ASyncRequest* request);
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_REGISTRY_FILE_LOCKER_H
 #define TAVLIB_REGISTRY_FILE_LOCKER_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 
 #include <cstdint>
@@ -36,5 +38,7 @@ class TAVLIB_API AFileLocker {
   int fd;
   FILELOCKER kind{Unlocked};  ///< The lock now held.
 };
+
+#endif
 
 #endif

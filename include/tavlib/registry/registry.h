@@ -1,6 +1,8 @@
 #ifndef TAVLIB_REGISTRY_REGISTRY_H
 #define TAVLIB_REGISTRY_REGISTRY_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 #include <tavlib/registry/registry_handle.h>
 
@@ -53,5 +55,7 @@ class TAVLIB_API Registry {
   ARegistryKey* root;
   ARegistry handle;
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_REGISTRY_REGISTRY_DATA_H
 #define TAVLIB_REGISTRY_REGISTRY_DATA_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 
 #include <cstdint>
@@ -72,5 +74,7 @@ class TAVLIB_API ARegistryData {
   std::uint32_t count{0};
   std::uint32_t capacity{0};  ///< Grows by 10.
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_REGISTRY_REGISTRY_HANDLE_H
 #define TAVLIB_REGISTRY_REGISTRY_HANDLE_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 #include <tavlib/registry/registry_key.h>
 
@@ -48,5 +50,7 @@ class TAVLIB_API ARegistry {
  protected:
   std::unique_ptr<ARegistryKey> key;
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_REGISTRY_REGISTRY_KEY_LIST_H
 #define TAVLIB_REGISTRY_REGISTRY_KEY_LIST_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 
 #include <cstdint>
@@ -37,5 +39,7 @@ class TAVLIB_API ARegistryKeyList {
   std::uint32_t count{0};
   std::uint32_t capacity{0};  ///< Grows by 10.
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_SERVERS_QUERY_ENUM_H
 #define TAVLIB_SERVERS_QUERY_ENUM_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 #include <tavlib/protocol/entry.h>
 #include <tavlib/protocol/server_interface.h>
@@ -60,5 +62,7 @@ class TAVLIB_API TAVQueryEnum {
  private:
   unsigned startStep(void* out, int isWide, ServerInterface::ASyncRequest* next);
 };
+
+#endif
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef TAVLIB_SERVERS_SERVER_LIST_H
 #define TAVLIB_SERVERS_SERVER_LIST_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 #include <tavlib/protocol/entry.h>
 #include <tavlib/servers/tav_server_interface.h>
@@ -94,5 +96,7 @@ class TAVLIB_API TAVServerList {
   template <typename Record>
   int addToAll(const Record& entry);
 };
+
+#endif
 
 #endif

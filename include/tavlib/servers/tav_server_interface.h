@@ -1,6 +1,8 @@
 #ifndef TAVLIB_SERVERS_TAV_SERVER_INTERFACE_H
 #define TAVLIB_SERVERS_TAV_SERVER_INTERFACE_H
 
+#ifdef __cplusplus
+
 #include <tavlib/export.h>
 #include <tavlib/protocol/entry.h>
 #include <tavlib/protocol/server_interface.h>
@@ -67,5 +69,7 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
   template <typename Record>
   unsigned addEntry(const Record& entry);
 };
+
+#endif
 
 #endif
