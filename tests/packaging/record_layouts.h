@@ -80,5 +80,15 @@ FIELD(Value, data, 8, 16);
 FIELD(Value, size, 12, 24);
 
 RECORD(tavexception, 4, 4, 4);
+FIELD(tavexception, code, 0, 0);
+
+RECORD(ATlsException, 4, 4, 4);
+FIELD(ATlsException, code, 0, 0);
+
+RECORD(WtoAException, 4, 4, 4);
+FIELD(WtoAException, code, 0, 0);
+
+/* Its other part is std::bad_alloc's. */
+RECORD(ARegistryException, 8, 16, ON(4, 8));
 
 #endif
