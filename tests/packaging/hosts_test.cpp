@@ -51,12 +51,15 @@ TEST_P(Host, SaysThatThereIsNoConfiguration) {
 
 class EndingHost : public HostProgram {};
 
-// Nothing of the library is taken down under the threads.
+// Nothing of the library is taken down under the threads. That some of them were not joined is what
+// ThreadSanitizer need not tell.
 TEST_F(EndingHost, MayHaveThreadsInTheLibrary) {
   configure();
   for (int i = 0; i < 10; ++i) {
-    const Outcome outcome = run_redirected("'" ENDING_HOST "' 10.1.0.11");
-    ASSERT_EQ(outcome.code, 0);
+    const Outcome outcome =
+        run_redirected("TSAN_OPTIONS=\"$TSAN_OPTIONS:report_thread_leaks=0:atexit_sleep_ms=20\" '" ENDING_HOST
+                       "' 10.1.0.11");
+    ASSERT_EQ(outcome.code, 0) << outcome.output;
     ASSERT_EQ(outcome.output, "");
   }
 }
