@@ -9,14 +9,14 @@ namespace tavsim {
 namespace {
 
 constexpr std::size_t kept_replies = 64;
-constexpr std::uint64_t longest_junk = 200;
+constexpr std::size_t longest_junk = 200;
 constexpr std::array<unsigned, 3> forged_flags{reply_final, reply_final | reply_error, reply_interim};
 
 }  // namespace
 
 void Noise::corrupt(Bytes& datagram) {
   if (datagram.empty()) return;
-  const std::uint64_t bit = below(datagram.size() * 8);
+  const std::size_t bit = below(datagram.size() * 8);
   datagram[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
 }
 

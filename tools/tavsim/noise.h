@@ -31,7 +31,10 @@ class Noise {
   std::optional<Bytes> earlier();
 
  private:
-  std::uint64_t below(std::uint64_t limit) { return random_() % limit; }
+  template <typename Number>
+  Number below(Number limit) {
+    return static_cast<Number>(random_() % limit);
+  }
   Bytes random_bytes(std::size_t size);
   Bytes forged_reply(unsigned flags, std::uint32_t id);
 

@@ -104,7 +104,7 @@ class Captured {
   Captured(const Captured&) = delete;
   Captured& operator=(const Captured&) = delete;
 
-  long size() const {
+  off_t size() const {
     std::fflush(nullptr);
     return lseek(descriptor_, 0, SEEK_END);
   }

@@ -42,11 +42,15 @@ Faults wild(std::uint64_t seed) {
   return faults;
 }
 
+Kind any_kind(std::mt19937_64& random) {
+  return all_kinds.at(static_cast<std::size_t>(random() % all_kinds.size()));
+}
+
 std::vector<Step> mixed_steps(const Users& users, std::uint64_t seed, unsigned percent_waiting) {
   std::mt19937_64 random(seed);
   std::vector<Step> steps;
   for (unsigned i = 0; i < lookups; ++i) {
-    steps.push_back({all_kinds.at(random() % all_kinds.size()), random() % 100 < percent_waiting,
+    steps.push_back({any_kind(random), random() % 100 < percent_waiting,
                      static_cast<unsigned>(random() % users.count())});
   }
   return steps;
