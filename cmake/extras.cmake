@@ -8,8 +8,21 @@ endif()
 find_package(OpenSSL 3 QUIET COMPONENTS Crypto)
 find_package(CLI11 QUIET)
 find_package(nlohmann_json QUIET)
-find_package(GTest QUIET)
+if(CMAKE_CROSSCOMPILING)
+  # GoogleTest's sources, as Debian packs them: there is no library of it for other hosts than the machine's own.
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  set(GTest_FOUND ON)
+else()
+  find_package(GTest QUIET)
+endif()
 find_package(benchmark QUIET)
+
+# For what is compiled without optimisation although the configuration has it: glibc's checks would warn.
+set(TAVLIB_UNCHECKED "")
+if(CMAKE_CXX_FLAGS_RELEASE MATCHES "_FORTIFY_SOURCE|-flto")
+  set(TAVLIB_UNCHECKED -U_FORTIFY_SOURCE -fno-lto)
+endif()
 
 function(tavlib_extra folder)
   set(missing "")

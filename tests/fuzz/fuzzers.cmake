@@ -37,7 +37,7 @@ endfunction()
 
 # Other sanitizers' builds and debug builds would only fuzz the same programs again.
 set(TAVLIB_RUNS_FUZZERS OFF)
-if(CMAKE_BUILD_TYPE STREQUAL Release AND NOT TAVLIB_SANITIZE)
+if(CMAKE_BUILD_TYPE STREQUAL Release AND NOT TAVLIB_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
   if(NOT TAVLIB_FUZZER_CXX)
     find_fuzzer_compiler()
   endif()

@@ -4,7 +4,7 @@
 #
 #   check_install.sh SOURCE_FOLDER BUILD_FOLDER CMAKE C_COMPILER CXX_COMPILER [FLAG...]
 #
-# The flags are those that the library needs of its hosts: none, or a sanitizer's.
+# The flags are those that the library needs of its hosts: none, a sanitizer's, or another host's.
 set -eu
 source=$1 build=$2 cmake=$3 cc=$4 cxx=$5
 shift 5

@@ -25,7 +25,7 @@ std::string HostProgram::configuration() const {
 
 // The library that is put in front is told to AddressSanitizer, which otherwise insists on being the first.
 Outcome HostProgram::run_redirected(const std::string& command) const {
-  return run("ASAN_OPTIONS=\"$ASAN_OPTIONS:verify_asan_link_order=0\" LD_PRELOAD='" REDIRECT_LIBRARY
+  return run("ASAN_OPTIONS=\"$ASAN_OPTIONS:verify_asan_link_order=0\" " PRELOAD_VARIABLE "='" REDIRECT_LIBRARY
              "' TAVTEST_FOLDER='" +
              folder_.path().string() + "' " + command);
 }

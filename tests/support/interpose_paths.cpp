@@ -117,12 +117,12 @@ using tavtest::next_symbol;
 using tavtest::redirected;
 
 TAVTEST_REPLACES_LIBC int stat(const char* path, struct stat* result) noexcept {
-  static auto* const real = next_symbol<int(const char*, struct stat*)>("stat");
+  static auto* const real = next_symbol<int(const char*, struct stat*)>(TAVTEST_SYMBOL(stat));
   return real(redirected(path).c_str(), result);
 }
 
 TAVTEST_REPLACES_LIBC int open(const char* path, int flags, ...) {
-  static auto* const real = next_symbol<int(const char*, int, ...)>("open");
+  static auto* const real = next_symbol<int(const char*, int, ...)>(TAVTEST_SYMBOL(open));
   mode_t mode = 0;
   if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
     va_list arguments;
@@ -134,39 +134,39 @@ TAVTEST_REPLACES_LIBC int open(const char* path, int flags, ...) {
 }
 
 TAVTEST_REPLACES_LIBC int creat(const char* path, mode_t mode) {
-  static auto* const real = next_symbol<int(const char*, mode_t)>("creat");
+  static auto* const real = next_symbol<int(const char*, mode_t)>(TAVTEST_SYMBOL(creat));
   return real(redirected(path).c_str(), mode);
 }
 
 TAVTEST_REPLACES_LIBC FILE* fopen(const char* path, const char* mode) {
-  static auto* const real = next_symbol<FILE*(const char*, const char*)>("fopen");
+  static auto* const real = next_symbol<FILE*(const char*, const char*)>(TAVTEST_SYMBOL(fopen));
   return real(redirected(path).c_str(), mode);
 }
 
 TAVTEST_REPLACES_LIBC int rename(const char* from, const char* to) noexcept {
-  static auto* const real = next_symbol<int(const char*, const char*)>("rename");
+  static auto* const real = next_symbol<int(const char*, const char*)>(TAVTEST_SYMBOL(rename));
   return real(redirected(from).c_str(), redirected(to).c_str());
 }
 
 TAVTEST_REPLACES_LIBC int unlink(const char* path) noexcept {
-  static auto* const real = next_symbol<int(const char*)>("unlink");
+  static auto* const real = next_symbol<int(const char*)>(TAVTEST_SYMBOL(unlink));
   return real(redirected(path).c_str());
 }
 
 TAVTEST_REPLACES_LIBC int remove(const char* path) noexcept {
-  static auto* const real = next_symbol<int(const char*)>("remove");
+  static auto* const real = next_symbol<int(const char*)>(TAVTEST_SYMBOL(remove));
   return real(redirected(path).c_str());
 }
 
 TAVTEST_REPLACES_LIBC uid_t getuid() noexcept {
-  static auto* const real = next_symbol<uid_t()>("getuid");
+  static auto* const real = next_symbol<uid_t()>(TAVTEST_SYMBOL(getuid));
   const auto any = [](const tavtest::UserRedirect&) { return true; };
   const auto uid = [](const tavtest::UserRedirect& r) { return r.uid; };
   return tavtest::living<tavtest::UserRedirect>().find(any, uid, real());
 }
 
 TAVTEST_REPLACES_LIBC passwd* getpwuid(uid_t uid) {
-  static auto* const real = next_symbol<passwd*(uid_t)>("getpwuid");
+  static auto* const real = next_symbol<passwd*(uid_t)>(TAVTEST_SYMBOL(getpwuid));
   static thread_local tavtest::PasswdEntry answer;
   switch (tavtest::fill(answer, uid)) {
     case tavtest::Answer::entry:

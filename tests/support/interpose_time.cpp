@@ -168,7 +168,7 @@ std::vector<long long> FakeTime::timeouts() const {
 }  // namespace tavtest
 
 TAVTEST_REPLACES_LIBC int select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* timeout) {
-  static auto* const real = tavtest::next_symbol<tavtest::Select>("select");
+  static auto* const real = tavtest::next_symbol<tavtest::Select>(TAVTEST_SYMBOL(select));
   const auto state = tavtest::current_state();
   if (!state || count <= 0 || read == nullptr || timeout == nullptr) {
     return real(count, read, write, except, timeout);
@@ -177,7 +177,7 @@ TAVTEST_REPLACES_LIBC int select(int count, fd_set* read, fd_set* write, fd_set*
 }
 
 TAVTEST_REPLACES_LIBC int gettimeofday(timeval* time, void* zone) noexcept {
-  static auto* const real = tavtest::next_symbol<int(timeval*, void*)>("gettimeofday");
+  static auto* const real = tavtest::next_symbol<int(timeval*, void*)>(TAVTEST_SYMBOL(gettimeofday));
   const auto state = tavtest::current_state();
   if (!state) return real(time, zone);
   const std::lock_guard lock(state->mutex);
@@ -186,11 +186,11 @@ TAVTEST_REPLACES_LIBC int gettimeofday(timeval* time, void* zone) noexcept {
 }
 
 TAVTEST_REPLACES_LIBC int clock_gettime(clockid_t id, timespec* time) noexcept {
-  static auto* const real = tavtest::next_symbol<int(clockid_t, timespec*)>("clock_gettime");
+  static auto* const real = tavtest::next_symbol<int(clockid_t, timespec*)>(TAVTEST_SYMBOL(clock_gettime));
   const auto state = id == CLOCK_MONOTONIC ? tavtest::current_state() : nullptr;
   if (!state) return real(id, time);
   const std::lock_guard lock(state->mutex);
   const timeval uptime = tavtest::timeval_of(state->uptime);
-  *time = {uptime.tv_sec, uptime.tv_usec * 1000};
+  *time = {uptime.tv_sec, static_cast<long>(uptime.tv_usec) * 1000};
   return 0;
 }

@@ -86,31 +86,32 @@ using tavtest::next_symbol;
 using tavtest::way_to_fail;
 
 TAVTEST_REPLACES_LIBC int socket(int domain, int type, int protocol) noexcept {
-  static auto* const real = next_symbol<int(int, int, int)>("socket");
+  static auto* const real = next_symbol<int(int, int, int)>(TAVTEST_SYMBOL(socket));
   if (fails("socket") || way_to_fail("socket", tavtest::socket_ways) != nullptr) return -1;
   return real(domain, type, protocol);
 }
 
 TAVTEST_REPLACES_LIBC int bind(int fd, const sockaddr* address, socklen_t size) noexcept {
-  static auto* const real = next_symbol<int(int, const sockaddr*, socklen_t)>("bind");
+  static auto* const real = next_symbol<int(int, const sockaddr*, socklen_t)>(TAVTEST_SYMBOL(bind));
   return fails("bind") ? -1 : real(fd, address, size);
 }
 
 TAVTEST_REPLACES_LIBC int connect(int fd, const sockaddr* address, socklen_t size) {
-  static auto* const real = next_symbol<int(int, const sockaddr*, socklen_t)>("connect");
+  static auto* const real = next_symbol<int(int, const sockaddr*, socklen_t)>(TAVTEST_SYMBOL(connect));
   return fails("connect") ? -1 : real(fd, address, size);
 }
 
 TAVTEST_REPLACES_LIBC int setsockopt(int fd, int level, int name, const void* value,
                                      socklen_t size) noexcept {
-  static auto* const real = next_symbol<int(int, int, int, const void*, socklen_t)>("setsockopt");
+  static auto* const real =
+      next_symbol<int(int, int, int, const void*, socklen_t)>(TAVTEST_SYMBOL(setsockopt));
   return fails("setsockopt") ? -1 : real(fd, level, name, value, size);
 }
 
 TAVTEST_REPLACES_LIBC ssize_t sendto(int fd, const void* bytes, size_t count, int flags,
                                      const sockaddr* address, socklen_t size) {
   static auto* const real =
-      next_symbol<ssize_t(int, const void*, size_t, int, const sockaddr*, socklen_t)>("sendto");
+      next_symbol<ssize_t(int, const void*, size_t, int, const sockaddr*, socklen_t)>(TAVTEST_SYMBOL(sendto));
   if (fails("sendto")) return -1;
   if (const tavtest::Way* way = way_to_fail("sendto", tavtest::send_ways))
     return way->error_number == 0 ? static_cast<ssize_t>(count) - 1 : -1;
@@ -121,7 +122,8 @@ TAVTEST_REPLACES_LIBC ssize_t sendto(int fd, const void* bytes, size_t count, in
 
 TAVTEST_REPLACES_LIBC ssize_t recvfrom(int fd, void* bytes, size_t count, int flags, sockaddr* address,
                                        socklen_t* size) {
-  static auto* const real = next_symbol<ssize_t(int, void*, size_t, int, sockaddr*, socklen_t*)>("recvfrom");
+  static auto* const real =
+      next_symbol<ssize_t(int, void*, size_t, int, sockaddr*, socklen_t*)>(TAVTEST_SYMBOL(recvfrom));
   if (fails("recvfrom")) return -1;
   const tavtest::Way* way = way_to_fail("recvfrom", tavtest::receive_ways);
   if (way != nullptr && way->error_number != 0) return -1;

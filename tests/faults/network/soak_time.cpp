@@ -32,14 +32,15 @@ void pass(std::chrono::milliseconds time) {
 }  // namespace tavtest
 
 TAVTEST_REPLACES_LIBC int select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* timeout) {
-  static auto* const real = tavtest::next_symbol<int(int, fd_set*, fd_set*, fd_set*, timeval*)>("select");
+  static auto* const real =
+      tavtest::next_symbol<int(int, fd_set*, fd_set*, fd_set*, timeval*)>(TAVTEST_SYMBOL(select));
   if (timeout == nullptr) return real(count, read, write, except, timeout);
   timeval shorter = tavtest::bounded(*timeout);
   return real(count, read, write, except, &shorter);
 }
 
 TAVTEST_REPLACES_LIBC int clock_gettime(clockid_t id, timespec* time) noexcept {
-  static auto* const real = tavtest::next_symbol<int(clockid_t, timespec*)>("clock_gettime");
+  static auto* const real = tavtest::next_symbol<int(clockid_t, timespec*)>(TAVTEST_SYMBOL(clock_gettime));
   if (id != CLOCK_MONOTONIC) return real(id, time);
   const long long now = tavtest::uptime_ms;
   *time = {now / 1000, now % 1000 * 1'000'000};

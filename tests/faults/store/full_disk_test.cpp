@@ -42,7 +42,7 @@ class FullDisk : public RegistryTest {
     struct statvfs disk {};
     ASSERT_EQ(statvfs(folder.path().c_str(), &disk), 0);
     ASSERT_GE(disk.f_bfree, pages);
-    write_file(padding, std::string((disk.f_bfree - pages) * page, 'p'));
+    write_file(padding, std::string(static_cast<std::size_t>((disk.f_bfree - pages) * page), 'p'));
     ASSERT_EQ(statvfs(folder.path().c_str(), &disk), 0);
     ASSERT_EQ(disk.f_bfree, pages);
   }

@@ -1,0 +1,162 @@
+# shellcheck shell=bash disable=SC2034,SC2154  # packages.sh sets what is used, and the scripts use what is set here
+# Builds and tests for this host and for others, each counted. Sourced by test.sh and matrix.sh, which run in the top
+# folder, after packages.sh.
+#
+# The other hosts' compilers are Debian's cross compilers; what they build runs under qemu-user, i386 natively. Their
+# tests talk to this machine's own tavsim.
+
+cross_targets=(i386 aarch64 armhf s390x powerpc)
+
+# cross_compiler TARGET: the start of the names of its cross compilers.
+cross_compiler() {
+  case $1 in
+    i386) echo i686-linux-gnu ;;
+    armhf) echo arm-linux-gnueabihf ;;
+    *) echo "$1-linux-gnu" ;;
+  esac
+}
+
+# cross_packages TARGET...: the packages of this machine's that building for them and running what was built takes.
+cross_packages() {
+  local target
+  printf '%s\n' "${packages_cross[@]}"
+  for target in "$@"; do
+    echo "g++-$(cross_compiler "$target")"
+  done
+}
+
+# cross_fetch TARGET ARCHITECTURE PACKAGE...: unpacks Debian's packages of that architecture in TARGET's sysroot. The apt
+# that finds them has this machine's sources and keys and a state of its own: this machine's packages and architectures
+# stay as they are.
+cross_fetch() {
+  local sysroot=$PWD/build/sysroot/$1 architecture=$2 apt package options
+  shift 2
+  apt=$sysroot/apt
+  mkdir -p "$apt/lists/partial" "$apt/cache/archives/partial" "$apt/packages"
+  touch "$apt/status"
+  options=(-q -o "APT::Architecture=$architecture" -o "APT::Architectures::=$architecture"
+    -o "APT::Sandbox::User=$(id -un)" -o "Dir::State=$apt" -o "Dir::State::status=$apt/status" -o "Dir::Cache=$apt/cache")
+  # One list that a mirror cannot give does not matter by itself: downloading fails where it does.
+  apt-get "${options[@]}" update || true
+  (cd "$apt/packages" && apt-get "${options[@]}" download "$@")
+  for package in "$apt/packages"/*.deb; do
+    dpkg -x "$package" "$sysroot"
+  done
+  rm -rf "$apt"
+}
+
+# cross_sysroot TARGET: what its tools and tests take besides the compiler's own libraries, in build/sysroot/TARGET.
+cross_sysroot() {
+  local target=$1 sysroot=build/sysroot/$1 architecture=$1 include
+  if [ -e "$sysroot/complete" ]; then return; fi
+  if [ "$target" = aarch64 ]; then architecture=arm64; fi
+  rm -rf "$sysroot"
+  if [ "$target" = powerpc ]; then
+    # Debian has no libcrypto for it any more. Its locales have the form of every big-endian host.
+    cross_fetch "$target" s390x "${packages_sysroot[@]}" "${packages_sysroot_locale[@]}"
+  else
+    cross_fetch "$target" "$architecture" \
+      "${packages_sysroot[@]}" "${packages_sysroot_crypto[@]}" "${packages_sysroot_locale[@]}"
+    # In one folder of headers, so that it need not be named by architecture.
+    for include in "$sysroot"/usr/include/*-linux-gnu*; do
+      cp -Rp "$include/." "$sysroot/usr/include"
+    done
+  fi
+  touch "$sysroot/complete"
+}
+
+# suite_configure FOLDER TARGET COMPILER CMAKE_OPTION...: prepares FOLDER for building TARGET, which is x86_64 or one of
+# cross_targets, with g++ or clang++.
+suite_configure() {
+  local folder=$1 target=$2 compiler=$3 options c_compiler=gcc
+  shift 3
+  options=(-DTAVLIB_WARNINGS_AS_ERRORS=ON -DTAVLIB_TESTS_BY_PROGRAM=ON "$@")
+  if [ "$target" != x86_64 ]; then
+    options+=(--toolchain "$PWD/cmake/cross.cmake" -DTAVLIB_TARGET="$target" -DTAVLIB_SYSROOT="$PWD/build/sysroot/$target")
+    if [ "$compiler" = clang++ ]; then options+=(-DTAVLIB_CLANG=ON); fi
+  else
+    if [ "$compiler" = clang++ ]; then c_compiler=clang; fi
+    options+=(-DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_C_COMPILER="$c_compiler")
+  fi
+  cmake -S . -B "$folder" -G Ninja "${options[@]}"
+}
+
+# suite_test FOLDER TARGET JOBS: runs the tests, with what they counted in FOLDER/results.
+suite_test() {
+  local folder=$1 target=$2 jobs=$3 environment=() modules
+  rm -rf "$folder/results"
+  mkdir -p "$folder/results/programs"
+  if [ "$target" != x86_64 ]; then
+    modules=$(echo "$PWD/build/sysroot/$target/usr/lib"/*/ossl-modules)
+    environment=("OPENSSL_MODULES=$modules" "LOCPATH=$PWD/build/sysroot/$target/usr/lib/locale")
+  fi
+  env "${environment[@]}" GTEST_OUTPUT="xml:$PWD/$folder/results/programs/" \
+    ctest --test-dir "$folder" --parallel "$jobs" --output-on-failure --no-tests=error \
+    --output-junit "$PWD/$folder/results/ctest.xml"
+}
+
+# suite_count FOLDER: how many tests the last suite_test ran, and how many of them passed, were skipped and failed. A
+# program counts by the cases that it reports; one that reports nothing, or fails without a failing case, as one test.
+suite_count() {
+  local programs
+  mapfile -t programs < <(find "$1/results/programs" -name '*.xml')
+  awk '
+    function attribute(name) {
+      if (!match($0, " " name "=\"[^\"]*\"")) return ""
+      return substr($0, RSTART + length(name) + 3, RLENGTH - length(name) - 4)
+    }
+    /<testsuites / {
+      program = FILENAME
+      gsub(/.*\/|\.xml$/, "", program)
+      failures[program] = attribute("failures")
+      failed += failures[program]
+    }
+    !/<testcase / { next }
+    FILENAME ~ /programs\/[^\/]*$/ {
+      if (attribute("status") != "run") next
+      ++tests
+      if (attribute("result") == "skipped") ++skipped
+      next
+    }
+    {
+      name = attribute("name")
+      status = attribute("status")
+      if (name in failures && (status != "fail" || failures[name] > 0)) next
+      ++tests
+      if (status == "disabled") ++skipped
+      else if (status != "run") ++failed
+    }
+    END { print tests + 0, tests - skipped - failed, skipped + 0, failed + 0 }
+  ' "${programs[@]}" "$1/results/ctest.xml"
+}
+
+suite_heading='target compiler config tests passed skipped failed build test result'
+suite_rows=()
+
+# suite NAME FOLDER TARGET COMPILER JOBS CMAKE_OPTION...: configures, builds and tests, adds a row to suite_rows, and
+# fails when any of it failed. NAME is the configuration's.
+suite() {
+  local name=$1 folder=$2 target=$3 compiler=$4 jobs=$5 counts='0 0 0 0' started=$SECONDS built result=failed
+  shift 5
+  printf '\n---- %s, %s, %s ----\n' "$target" "$compiler" "$name"
+  if suite_configure "$folder" "$target" "$compiler" "$@" && cmake --build "$folder" --parallel "$jobs"; then
+    built=$SECONDS
+    if suite_test "$folder" "$target" "$jobs"; then result=passed; fi
+    counts=$(suite_count "$folder")
+  else
+    built=$SECONDS
+    result='not built'
+  fi
+  suite_rows+=("$target $compiler $name $counts $((built - started))s $((SECONDS - built))s $result")
+  [ "$result" = passed ]
+}
+
+# suite_table: the rows so far, under a heading.
+suite_table() {
+  local row
+  echo
+  for row in "$suite_heading" "${suite_rows[@]}"; do
+    # shellcheck disable=SC2086  # the words are the columns
+    printf '%-8s %-9s %-8s %7s %7s %8s %7s %7s %7s  %s %s\n' $row
+  done
+}

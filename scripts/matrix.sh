@@ -1,0 +1,126 @@
+#!/usr/bin/env bash
+# Builds and tests for every host, with both compilers and in both configurations. Options: see usage.
+set -eu
+
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+. scripts/cross.sh
+
+targets=()
+compilers=(g++ clang++)
+configurations=(Debug Release)
+jobs=$(nproc)
+
+usage() {
+  cat <<END_OF_USAGE
+usage: scripts/matrix.sh [--compiler NAME] [--config NAME] [--jobs N] [TARGET...]
+
+Installs what is missing, builds library, tools and tests in build/matrix for each TARGET and runs all their tests, on
+this machine or under an emulator, against this machine's own tavsim. Ends with a table of what was run.
+
+  TARGET           x86_64 ${cross_targets[*]}; all when none is given
+  --compiler NAME  only g++ or clang++
+  --config NAME    only Debug or Release, which is -O2 -flto with the checks of glibc and libstdc++
+  --jobs N         compilers and tests that run at a time, 1 to 99; $jobs when not given
+  -h, --help       print this and exit
+
+Exit codes: 0 every test passed, 1 something failed, 2 wrong argument.
+END_OF_USAGE
+}
+
+refuse() {
+  echo "matrix.sh: $1" >&2
+  usage >&2
+  exit 2
+}
+
+# one_of WORD KNOWN...: whether WORD is one of the others.
+one_of() {
+  local word=$1 known
+  shift
+  for known in "$@"; do
+    if [ "$word" = "$known" ]; then return 0; fi
+  done
+  return 1
+}
+
+while [ $# -gt 0 ]; do
+  case $1 in
+    -h | --help)
+      usage
+      exit 0
+      ;;
+    --compiler | --config | --jobs)
+      if [ $# -lt 2 ]; then refuse "$1 needs a value"; fi
+      case $1 in
+        --compiler)
+          one_of "$2" g++ clang++ || refuse "unknown compiler $2"
+          compilers=("$2")
+          ;;
+        --config)
+          one_of "$2" Debug Release || refuse "unknown configuration $2"
+          configurations=("$2")
+          ;;
+        --jobs)
+          if ! [[ $2 =~ ^[1-9][0-9]?$ ]]; then refuse "--jobs: not a number from 1 to 99: $2"; fi
+          jobs=$2
+          ;;
+      esac
+      shift
+      ;;
+    -*) refuse "unknown option $1" ;;
+    *)
+      one_of "$1" x86_64 "${cross_targets[@]}" || refuse "unknown target $1"
+      targets+=("$1")
+      ;;
+  esac
+  shift
+done
+if [ ${#targets[@]} -eq 0 ]; then targets=(x86_64 "${cross_targets[@]}"); fi
+
+crossed=()
+for target in "${targets[@]}"; do
+  if [ "$target" != x86_64 ]; then crossed+=("$target"); fi
+done
+mapfile -t packages < <(cross_packages "${crossed[@]}")
+if one_of clang++ "${compilers[@]}"; then packages+=("${packages_clang[@]}" "${packages_clang_lto[@]}"); fi
+install_packages "for the matrix" "${packages_build[@]}" "${packages_gcc[@]}" "${packages_tools[@]}" \
+  "${packages_tests[@]}" "${packages[@]}"
+
+# options_of TARGET COMPILER CONFIGURATION: what CMake is told besides.
+options_of() {
+  local prefix=
+  echo "-DCMAKE_BUILD_TYPE=$3"
+  if [ "$3" = Release ]; then
+    echo "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -flto -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS"
+    if [ "$1" != x86_64 ]; then prefix=$(cross_compiler "$1")-; fi
+    if [ "$2" = clang++ ]; then
+      echo "-DCMAKE_AR=$(command -v llvm-ar)"
+      echo "-DCMAKE_NM=$(command -v llvm-nm)"
+      echo "-DCMAKE_RANLIB=$(command -v llvm-ranlib)"
+    else
+      echo "-DCMAKE_AR=$(command -v "${prefix}gcc-ar")"
+      echo "-DCMAKE_NM=$(command -v "${prefix}gcc-nm")"
+      echo "-DCMAKE_RANLIB=$(command -v "${prefix}gcc-ranlib")"
+    fi
+  fi
+}
+
+# The server that every target's tests talk to.
+native=build/matrix/native
+cmake -S . -B "$native" -G Ninja -DCMAKE_BUILD_TYPE=Release
+cmake --build "$native" --parallel "$jobs" --target tavsim
+
+failed=0
+for target in "${targets[@]}"; do
+  if [ "$target" != x86_64 ]; then cross_sysroot "$target"; fi
+  for compiler in "${compilers[@]}"; do
+    for configuration in "${configurations[@]}"; do
+      mapfile -t options < <(options_of "$target" "$compiler" "$configuration")
+      suite "$configuration" "build/matrix/$target-$compiler-$configuration" "$target" "$compiler" "$jobs" \
+        -DTAVLIB_TAVSIM="$PWD/$native/tools/tavsim/tavsim" "${options[@]}" || failed=1
+    done
+  done
+done
+suite_table
+exit "$failed"
