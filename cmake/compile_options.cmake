@@ -4,6 +4,12 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 set(TAVLIB_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+# Also where this machine would read a number at any address.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  list(APPEND TAVLIB_WARNINGS -Wcast-align=strict)
+else()
+  list(APPEND TAVLIB_WARNINGS -Wcast-align)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # g++ 12 sees overlapping copies in std::string's own operator+ when it optimises.
   list(APPEND TAVLIB_WARNINGS -Wno-restrict)
