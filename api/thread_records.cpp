@@ -2,12 +2,14 @@
 
 #include <mutex>
 #include <new>
+#include <thread>
 
 namespace tavlib {
 
 namespace {
 
 struct ListedRecord : TAVThreadRecord {
+  std::thread::id owner{std::this_thread::get_id()};
   ListedRecord* next{nullptr};
 };
 
@@ -15,11 +17,13 @@ struct ListedRecord : TAVThreadRecord {
 constinit std::mutex list_mutex;
 constinit ListedRecord* list = nullptr;
 
-// Takes the record out of the list. Only pointers are compared: the record may be gone.
+// Takes the calling thread's record out of the list. Only pointers are compared, since the record may be
+// gone; and its memory may be another thread's record by then.
 bool unlist(const void* record) {
   const std::lock_guard lock(list_mutex);
   for (ListedRecord** link = &list; *link != nullptr; link = &(*link)->next) {
-    if (static_cast<const TAVThreadRecord*>(*link) != record) continue;
+    const bool found = static_cast<const TAVThreadRecord*>(*link) == record;
+    if (!found || (*link)->owner != std::this_thread::get_id()) continue;
     *link = (*link)->next;
     return true;
   }
