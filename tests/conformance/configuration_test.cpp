@@ -15,7 +15,7 @@
 namespace tavtest {
 namespace {
 
-constexpr unsigned long server = 0x0100007f;
+const unsigned long server = address_of("127.0.0.1");
 
 class Configuration : public testing::Test {
  protected:

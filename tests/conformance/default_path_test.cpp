@@ -48,7 +48,7 @@ TEST_F(DefaultPath, ALookUpFindsItsServer) {
   ASSERT_STREQ(SSO_Init(), "Norvel TAV/TIZ");
   char user[64] = "";
   char second[64] = "";
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.11"), user, sizeof user, second, sizeof second), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.11"), user, sizeof user, second, sizeof second), 1);
   EXPECT_STREQ(user, "ANNA KVIST");
   EXPECT_STREQ(second, "ENGINEERING");
   SSO_Exit();

@@ -14,7 +14,7 @@
 namespace tavtest {
 namespace {
 
-constexpr unsigned long server = 0x0100007f;
+const unsigned long server = address_of("127.0.0.1");
 
 /// One code and a way to it. The server is started with `arguments`; `produce` gives the code that the host
 /// is told.

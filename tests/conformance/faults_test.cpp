@@ -14,7 +14,7 @@
 namespace tavtest {
 namespace {
 
-constexpr unsigned long server = 0x0100007f;
+const unsigned long server = address_of("127.0.0.1");
 constexpr unsigned still_pending = 14;
 
 struct Fault {
@@ -91,7 +91,7 @@ unsigned stop_listening(const Scene& /*scene*/) {
 
 unsigned look_up(const Scene& /*scene*/) {
   char text[64];
-  return error_of(SSO_GetUserByAddr(address_of("10.1.0.11"), text, sizeof text, text, sizeof text));
+  return error_of(SSO_GetUserByAddr(user_address("10.1.0.11"), text, sizeof text, text, sizeof text));
 }
 
 // Pops as often as there are datagrams, or until the request ends.
@@ -129,7 +129,7 @@ void told(int success, void* outcome) {
 unsigned look_up_in_loop(const Scene& scene) {
   Outcome outcome;
   char text[64];
-  SSO_GetUserByAddrAsync(address_of("10.1.0.11"), text, sizeof text, text, sizeof text, told, &outcome);
+  SSO_GetUserByAddrAsync(user_address("10.1.0.11"), text, sizeof text, text, sizeof text, told, &outcome);
   for (unsigned i = 0; i < scene.datagrams && outcome.calls == 0; ++i) {
     EXPECT_TRUE(is_readable(TAVGetSocket(server)));
     scene.loop.run_once();

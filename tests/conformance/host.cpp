@@ -1,6 +1,7 @@
 #include "conformance/host.h"
 
 #include <arpa/inet.h>
+#include <endian.h>
 #include <poll.h>
 
 #include <stdexcept>
@@ -32,6 +33,10 @@ unsigned error_of(int result) {
 
 unsigned long address_of(const char* dotted) {
   return inet_addr(dotted);
+}
+
+unsigned long user_address(const char* dotted) {
+  return htole32(inet_addr(dotted));
 }
 
 bool is_readable(int socket) {

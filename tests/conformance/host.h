@@ -18,8 +18,12 @@ class Library {
 /// The last error after a call that returned 0, and 0 after any other.
 unsigned error_of(int result);
 
-/// An address in the form of entries and of server addresses.
+/// The address of a server.
 unsigned long address_of(const char* dotted);
+
+/// The address of a user, as the servers here know it: on every host the number that inet_addr gives on a
+/// little-endian one.
+unsigned long user_address(const char* dotted);
 
 /// Whether the socket becomes readable within five seconds.
 bool is_readable(int socket);

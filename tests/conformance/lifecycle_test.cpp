@@ -39,7 +39,7 @@ struct NotInitialised {
 
 class EveryFunction : public testing::TestWithParam<NotInitialised> {};
 
-constexpr unsigned long somewhere = 0x0100007f;
+const unsigned long somewhere = address_of("127.0.0.1");
 
 template <typename Entry, auto start>
 int start_query() {

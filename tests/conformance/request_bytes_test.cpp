@@ -168,7 +168,7 @@ TEST_F(RequestBytes, ALookUpAsksForTheAddressAlone) {
   char user[64];
   char second[64];
   ASSERT_STREQ(SSO_Init(), "Norvel TAV/TIZ");
-  ASSERT_EQ(SSO_GetUserByAddr(address_of("10.1.0.11"), user, sizeof user, second, sizeof second), 1);
+  ASSERT_EQ(SSO_GetUserByAddr(user_address("10.1.0.11"), user, sizeof user, second, sizeof second), 1);
   SSO_Exit();
   WireEntry expected;
   expected.address = 0x0b00010a;

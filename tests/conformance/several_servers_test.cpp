@@ -18,9 +18,9 @@ TavsimOptions numbered(int number, std::vector<std::string> arguments = {}) {
 
 class SeveralServers : public testing::Test {
  protected:
-  static constexpr unsigned long local = 0x0100007f;
-  static constexpr unsigned long second = 0x0200007f;
-  static constexpr unsigned long third = 0x0300007f;
+  const unsigned long local = address_of("127.0.0.1");
+  const unsigned long second = address_of("127.0.0.2");
+  const unsigned long third = address_of("127.0.0.3");
 
   unsigned version_of(unsigned long server) {
     unsigned version = 0;

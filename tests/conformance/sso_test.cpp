@@ -15,7 +15,7 @@
 namespace tavtest {
 namespace {
 
-constexpr unsigned long server = 0x0100007f;
+const unsigned long server = address_of("127.0.0.1");
 
 class Sso : public testing::Test {
  protected:
@@ -83,7 +83,7 @@ INSTANTIATE_TEST_SUITE_P(All, Answers,
 
 TEST_P(Answers, ReachAWaitingCaller) {
   init();
-  LookUp look_up(address_of(GetParam().address));
+  LookUp look_up(user_address(GetParam().address));
   EXPECT_EQ(SSO_GetUserByAddr(look_up.address, look_up.user.data(), 64, look_up.second.data(), 64), 1);
   EXPECT_STREQ(look_up.user.data(), GetParam().user);
   EXPECT_STREQ(look_up.second.data(), GetParam().second);
@@ -91,7 +91,7 @@ TEST_P(Answers, ReachAWaitingCaller) {
 
 TEST_P(Answers, ReachACallback) {
   init();
-  LookUp look_up(address_of(GetParam().address));
+  LookUp look_up(user_address(GetParam().address));
   look_up.start();
   EXPECT_EQ(look_up.ends, 0) << "it returns at once";
   ASSERT_TRUE(loop_.run_until([&] { return look_up.ends > 0; }));
@@ -105,7 +105,7 @@ TEST_F(Sso, ATextThatFillsItsBufferIsLeftWithoutATerminator) {
   init();
   Buffer user(10);  // "ANNA KVIST" has 10 characters
   Buffer second(6);
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.11"), user.data(), 10, second.data(), 6), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.11"), user.data(), 10, second.data(), 6), 1);
   EXPECT_EQ(user.bytes, "ANNA KVIST#");
   EXPECT_EQ(second.bytes, "ENGINE#");
 }
@@ -114,18 +114,18 @@ TEST_F(Sso, ABufferIsFilledWithZerosToItsEndAndNoFurther) {
   init();
   Buffer user(12);
   Buffer second(13);
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.11"), user.data(), 12, second.data(), 13), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.11"), user.data(), 12, second.data(), 13), 1);
   EXPECT_EQ(user.bytes, std::string("ANNA KVIST\0\0#", 13));
   EXPECT_EQ(second.bytes, std::string("ENGINEERING\0\0#", 14));
 }
 
 TEST_F(Sso, BuffersMayBeMissing) {
   init();
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.11"), nullptr, 0, nullptr, 0), 1);
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.99"), nullptr, 0, nullptr, 0), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.11"), nullptr, 0, nullptr, 0), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.99"), nullptr, 0, nullptr, 0), 1);
   for (const char* address : {"10.1.0.11", "10.1.0.14", "10.1.0.99"}) {
     LookUp look_up(0);
-    SSO_GetUserByAddrAsync(address_of(address), nullptr, 0, nullptr, 0, LookUp::told, &look_up);
+    SSO_GetUserByAddrAsync(user_address(address), nullptr, 0, nullptr, 0, LookUp::told, &look_up);
     ASSERT_TRUE(loop_.run_until([&] { return look_up.ends > 0; }));
     EXPECT_EQ(look_up.success, 1);
   }
@@ -137,7 +137,7 @@ TEST_F(Sso, AHundredLookUpsRunAtOnce) {
   const std::string users[] = {"ANNA KVIST", "BRAM OSEI", "FINN O.LEARY", "", ""};
   std::vector<std::unique_ptr<LookUp>> all;
   for (std::size_t i = 0; i < 100; ++i) {
-    all.push_back(std::make_unique<LookUp>(address_of(addresses[i % 5])));
+    all.push_back(std::make_unique<LookUp>(user_address(addresses[i % 5])));
     all.back()->start();
   }
   const auto ended = [](const auto& each) { return each->ends == 1; };
@@ -152,10 +152,10 @@ TEST_F(Sso, AHundredLookUpsRunAtOnce) {
 
 TEST_F(Sso, AWaitingLookUpFinishesThoseInTheLoopThatWereAnsweredMeanwhile) {
   init();
-  LookUp in_loop(address_of("10.1.0.11"));
+  LookUp in_loop(user_address("10.1.0.11"));
   in_loop.start();
   char user[64];
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.12"), user, sizeof user, nullptr, 0), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.12"), user, sizeof user, nullptr, 0), 1);
   EXPECT_STREQ(user, "BRAM OSEI");
   EXPECT_EQ(in_loop.ends, 1);
   EXPECT_STREQ(in_loop.user.data(), "ANNA KVIST");
@@ -163,9 +163,9 @@ TEST_F(Sso, AWaitingLookUpFinishesThoseInTheLoopThatWereAnsweredMeanwhile) {
 
 TEST_F(Sso, ACallbackMayStartFurtherLookUps) {
   init();
-  LookUp first(address_of("10.1.0.11"));
-  LookUp second(address_of("10.1.0.12"));
-  LookUp third(address_of("10.1.0.13"));
+  LookUp first(user_address("10.1.0.11"));
+  LookUp second(user_address("10.1.0.12"));
+  LookUp third(user_address("10.1.0.13"));
   first.then = [&] { second.start(); };
   second.then = [&] { EXPECT_EQ(SSO_GetUserByAddr(third.address, third.user.data(), 64, nullptr, 0), 1); };
   first.start();
@@ -187,11 +187,11 @@ TEST_F(Sso, TheServersSocketIsInTheLoopFromInitToExit) {
 
 TEST_F(Sso, ExitEndsLookUpsWithoutTheirCallback) {
   init();
-  LookUp look_up(address_of("10.1.0.11"));
+  LookUp look_up(user_address("10.1.0.11"));
   look_up.start();
   SSO_Exit();
   init();
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.12"), nullptr, 0, nullptr, 0), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.12"), nullptr, 0, nullptr, 0), 1);
   EXPECT_EQ(look_up.ends, 0);
 }
 
@@ -200,14 +200,14 @@ TEST_F(Sso, AfterExitALookUpFailsWithoutTouchingTheLastError) {
   SSO_Exit();
   TAVSetLastError(99);
   char user[8] = "";
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.11"), user, sizeof user, nullptr, 0), 0);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.11"), user, sizeof user, nullptr, 0), 0);
   EXPECT_EQ(SSO_GetLastError(), 99U);
 }
 
 TEST_F(Sso, AfterExitALookUpInTheLoopIsToldAtOnce) {
   init();
   SSO_Exit();
-  LookUp look_up(address_of("10.1.0.11"));
+  LookUp look_up(user_address("10.1.0.11"));
   look_up.start();
   EXPECT_EQ(look_up.ends, 1);
   EXPECT_EQ(look_up.success, 0);
@@ -218,16 +218,17 @@ TEST_F(Sso, AServerThatIsDownFailsAWaitingLookUpWith4) {
   init();
   sim_.stop();
   const FakeTime clock;
-  EXPECT_EQ(error_of(SSO_GetUserByAddr(address_of("10.1.0.11"), nullptr, 0, nullptr, 0)), 4U);
+  EXPECT_EQ(error_of(SSO_GetUserByAddr(user_address("10.1.0.11"), nullptr, 0, nullptr, 0)), 4U);
   EXPECT_EQ(SSO_GetLastError(), 4U);
 }
 
 TEST_F(Sso, AGatewayGivenAsANumberIsItsAddress) {
-  config_.write_lines({"[tavlib\\Addresses\\]", "gwtav=16777343", "[tavlib\\Addresses\\127.0.0.1\\]",
+  config_.write_lines({"[tavlib\\Addresses\\]", "gwtav=" + std::to_string(server),
+                       "[tavlib\\Addresses\\127.0.0.1\\]",
                        "Endpoint=" + std::to_string(sim_.configured().port), "Passphrase=\"secret\""});
   init();
   char user[64];
-  EXPECT_EQ(SSO_GetUserByAddr(address_of("10.1.0.11"), user, sizeof user, nullptr, 0), 1);
+  EXPECT_EQ(SSO_GetUserByAddr(user_address("10.1.0.11"), user, sizeof user, nullptr, 0), 1);
   EXPECT_STREQ(user, "ANNA KVIST");
 }
 
@@ -235,8 +236,8 @@ TEST_F(Sso, AGatewayThatIsNotConfiguredHasSocketMinus1AndFailsWith11) {
   config_.write_servers({sim_.configured()}, "127.0.0.9");
   init();
   EXPECT_EQ(loop_.added(), (std::vector<int>{-1}));
-  EXPECT_EQ(error_of(SSO_GetUserByAddr(address_of("10.1.0.11"), nullptr, 0, nullptr, 0)), 11U);
-  LookUp look_up(address_of("10.1.0.11"));
+  EXPECT_EQ(error_of(SSO_GetUserByAddr(user_address("10.1.0.11"), nullptr, 0, nullptr, 0)), 11U);
+  LookUp look_up(user_address("10.1.0.11"));
   look_up.start();
   EXPECT_EQ(look_up.ends, 1);
   EXPECT_EQ(look_up.success, 0);
@@ -285,7 +286,7 @@ TEST_F(Sso, AnUninitialisableLibraryFailsInitWithItsReason) {
 
 TEST_F(Sso, AHostMayRunALookUpObjectItself) {
   init();
-  LookUp look_up(address_of("10.1.0.11"));
+  LookUp look_up(user_address("10.1.0.11"));
   auto context = std::make_unique<SSO_TAVContext>(look_up.address, look_up.user.data(), 64,
                                                   look_up.second.data(), 64, LookUp::told, &look_up);
   context->Go();

@@ -1,6 +1,7 @@
 // Hosts that load the library while they run and unload it again, a thousand times and more, while their
 // threads live on. None of them is linked with it.
 #include <arpa/inet.h>
+#include <endian.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <tavlib/tavlib.h>
@@ -58,7 +59,7 @@ class Loaded : public testing::Test {
     if (round % 20 != 0) return;
     std::array<char, 65> user{};
     auto* const get = LOADED(library, SSO_GetUserByAddr);
-    EXPECT_EQ(get(inet_addr("10.1.0.11"), user.data(), 64, nullptr, 0), 1);
+    EXPECT_EQ(get(htole32(inet_addr("10.1.0.11")), user.data(), 64, nullptr, 0), 1);
     EXPECT_STREQ(user.data(), "ANNA KVIST");
   }
 

@@ -1,6 +1,5 @@
 #include "tavsim/entries_file.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -35,7 +34,7 @@ TEST(EntriesFile, ReadsEveryField) {
   expected.user = u"anna";
   expected.string2 = u"\u00c4\u20ac";
   expected.data = {0x00, 0xff, 0xa1};
-  expected.address = inet_addr("10.1.2.3");
+  expected.address = 0x0302010a;
   expected.word7 = 7;
   expected.flag8 = 1;
   expected.word9 = 9;

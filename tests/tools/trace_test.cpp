@@ -24,7 +24,7 @@ TEST(Trace, DescribesAPeer) {
 
 TEST(Trace, DescribesTheFieldsOfAnEntryThatAreNotZero) {
   Entry entry;
-  entry.address = inet_addr("10.1.2.3");
+  entry.address = 0x0302010a;
   EXPECT_EQ(describe(entry), "address=10.1.2.3");
   entry.user = u"a\"\\\n€";
   entry.string3 = u"x";

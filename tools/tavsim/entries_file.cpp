@@ -1,6 +1,7 @@
 #include "tavsim/entries_file.h"
 
 #include <arpa/inet.h>
+#include <endian.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -61,7 +62,7 @@ std::uint32_t address_of(const Json& value) {
   const std::string& text = text_of(value);
   const bool whole = text.find('\0') == std::string::npos;
   if (!whole || inet_pton(AF_INET, text.c_str(), &address) != 1) throw BadValue("must be a dotted quad");
-  return address.s_addr;
+  return le32toh(address.s_addr);
 }
 
 std::uint8_t digit_of(char digit) {

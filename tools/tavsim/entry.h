@@ -16,7 +16,7 @@ struct Entry {
   std::u16string string2;
   std::u16string string3;
   Bytes data;
-  std::uint32_t address = 0;  ///< The number that inet_addr yields on this host.
+  std::uint32_t address = 0;  ///< The first part of the dotted quad in the lowest byte.
   std::uint32_t word7 = 0;
   std::uint32_t flag8 = 0;  ///< Zero or non-zero.
   std::uint32_t word9 = 0;

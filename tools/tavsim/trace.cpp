@@ -1,6 +1,7 @@
 #include "tavsim/trace.h"
 
 #include <arpa/inet.h>
+#include <endian.h>
 
 #include <array>
 #include <ostream>
@@ -68,16 +69,20 @@ std::string describe_arguments(const Request& request) {
   }
 }
 
-}  // namespace
-
-std::string dotted_quad(std::uint32_t address) {
+std::string text_of(in_addr address) {
   char text[INET_ADDRSTRLEN] = "";
   inet_ntop(AF_INET, &address, text, sizeof text);
   return text;
 }
 
+}  // namespace
+
+std::string dotted_quad(std::uint32_t address) {
+  return text_of({htole32(address)});
+}
+
 std::string describe(const sockaddr_in& peer) {
-  return dotted_quad(peer.sin_addr.s_addr) + ":" + std::to_string(ntohs(peer.sin_port));
+  return text_of(peer.sin_addr) + ":" + std::to_string(ntohs(peer.sin_port));
 }
 
 std::string describe(const Entry& entry) {

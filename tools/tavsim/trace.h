@@ -12,7 +12,7 @@
 
 namespace tavsim {
 
-/// "10.1.2.3" for the number that inet_addr yields.
+/// "10.1.2.3" for an entry's number.
 std::string dotted_quad(std::uint32_t address);
 
 /// "127.0.0.1:4000".

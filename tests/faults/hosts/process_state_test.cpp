@@ -200,7 +200,7 @@ TEST_F(ProcessAround, KeepsItsUnusualSettings) {
 }
 
 TEST_F(ProcessAround, HasNothingWrittenToItsOutputs) {
-  long written = -1;
+  off_t written = -1;
   {
     const Captured output(STDOUT_FILENO);
     const Captured errors(STDERR_FILENO);

@@ -144,7 +144,7 @@ void SoakRun::expire() {
 
 void SoakRun::look_up_waiting() {
   const unsigned index = any_index();
-  const Kind kind = all_kinds.at(random_() % all_kinds.size());
+  const Kind kind = all_kinds.at(static_cast<std::size_t>(random_() % all_kinds.size()));
   next_start();
   check(index, look_up(kind, address_, users_.address(index)));
 }

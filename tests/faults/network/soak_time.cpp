@@ -43,6 +43,6 @@ TAVTEST_REPLACES_LIBC int clock_gettime(clockid_t id, timespec* time) noexcept {
   static auto* const real = tavtest::next_symbol<int(clockid_t, timespec*)>(TAVTEST_SYMBOL(clock_gettime));
   if (id != CLOCK_MONOTONIC) return real(id, time);
   const long long now = tavtest::uptime_ms;
-  *time = {now / 1000, now % 1000 * 1'000'000};
+  *time = {static_cast<time_t>(now / 1000), static_cast<long>(now % 1000) * 1'000'000};
   return 0;
 }

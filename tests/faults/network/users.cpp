@@ -1,6 +1,7 @@
 #include "faults/network/users.h"
 
 #include <arpa/inet.h>
+#include <endian.h>
 
 namespace tavtest {
 namespace {
@@ -26,7 +27,7 @@ Users::Users(unsigned addresses) {
 }
 
 unsigned long Users::address(unsigned index) const {
-  return htonl(first_address + index);
+  return htole32(htonl(first_address + index));
 }
 
 // Texts are received in upper case, with a dot for each quote.

@@ -22,7 +22,7 @@ class Users {
 
   unsigned count() const { return static_cast<unsigned>(users_.size()); }
 
-  /// The address number `index` of `count`, as inet_addr yields it.
+  /// The address number `index` of `count`, as entries hold it.
   unsigned long address(unsigned index) const;
 
   /// Who is to be told there.
