@@ -89,10 +89,11 @@ install_packages "for the matrix" "${packages_build[@]}" "${packages_gcc[@]}" "$
 
 # options_of TARGET COMPILER CONFIGURATION: what CMake is told besides.
 options_of() {
-  local prefix=
+  local prefix='' lto=-flto
   echo "-DCMAKE_BUILD_TYPE=$3"
   if [ "$3" = Release ]; then
-    echo "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -flto -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS"
+    if [ "$2" = g++ ]; then lto=-flto=auto; fi
+    echo "-DCMAKE_CXX_FLAGS_RELEASE=-O2 $lto -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS"
     if [ "$1" != x86_64 ]; then prefix=$(cross_compiler "$1")-; fi
     if [ "$2" = clang++ ]; then
       echo "-DCMAKE_AR=$(command -v llvm-ar)"
