@@ -5,7 +5,7 @@
 # The other hosts' compilers are Debian's cross compilers; what they build runs under qemu-user, i386 natively. Their
 # tests talk to this machine's own tavsim.
 
-cross_targets=(i386 aarch64 armhf s390x powerpc)
+cross_targets=(i386 aarch64 armhf s390x)
 
 # cross_compiler TARGET: the start of the names of its cross compilers.
 cross_compiler() {
@@ -51,17 +51,11 @@ cross_sysroot() {
   if [ -e "$sysroot/complete" ]; then return; fi
   if [ "$target" = aarch64 ]; then architecture=arm64; fi
   rm -rf "$sysroot"
-  if [ "$target" = powerpc ]; then
-    # Debian has no libcrypto for it any more. Its locales have the form of every big-endian host.
-    cross_fetch "$target" s390x "${packages_sysroot[@]}" "${packages_sysroot_locale[@]}"
-  else
-    cross_fetch "$target" "$architecture" \
-      "${packages_sysroot[@]}" "${packages_sysroot_crypto[@]}" "${packages_sysroot_locale[@]}"
-    # In one folder of headers, so that it need not be named by architecture.
-    for include in "$sysroot"/usr/include/*-linux-gnu*; do
-      cp -Rp "$include/." "$sysroot/usr/include"
-    done
-  fi
+  cross_fetch "$target" "$architecture" "${packages_sysroot[@]}"
+  # In one folder of headers, so that it need not be named by architecture.
+  for include in "$sysroot"/usr/include/*-linux-gnu*; do
+    cp -Rp "$include/." "$sysroot/usr/include"
+  done
   touch "$sysroot/complete"
 }
 
