@@ -109,7 +109,7 @@ TEST_F(RefusedInitialisation, WithoutMemoryForAThreadsRecordTheSharedOneIsUsed) 
   TAVSetLastError(1);
   std::thread([] {
     {
-      const RefuseBlocks refuse(2 * sizeof(void*));  // the record, and its place in the list of them
+      const RefuseBlocks refuse(3 * sizeof(void*));  // the record, its owner, and its place in the list
       TAVSetLastError(42);
       EXPECT_EQ(GetTlsValues(), &g_SharedRecord);
       EXPECT_EQ(TAVGetLastError(), 42u);
