@@ -38,20 +38,21 @@ cross_fetch() {
     -o "APT::Sandbox::User=$(id -un)" -o "Dir::State=$apt" -o "Dir::State::status=$apt/status" -o "Dir::Cache=$apt/cache")
   # One list that a mirror cannot give does not matter by itself: downloading fails where it does.
   apt-get "${options[@]}" update || true
-  (cd "$apt/packages" && apt-get "${options[@]}" download "$@")
+  (cd "$apt/packages" && apt-get "${options[@]}" download "$@") || return 1
   for package in "$apt/packages"/*.deb; do
-    dpkg -x "$package" "$sysroot"
+    dpkg -x "$package" "$sysroot" || return 1
   done
   rm -rf "$apt"
 }
 
-# cross_sysroot TARGET: what its tools and tests take besides the compiler's own libraries, in build/sysroot/TARGET.
+# cross_sysroot TARGET: what its tools and tests take besides the compiler's own libraries, in build/sysroot/TARGET. Fails
+# when that cannot be downloaded.
 cross_sysroot() {
   local target=$1 sysroot=build/sysroot/$1 architecture=$1 include
   if [ -e "$sysroot/complete" ]; then return; fi
   if [ "$target" = aarch64 ]; then architecture=arm64; fi
   rm -rf "$sysroot"
-  cross_fetch "$target" "$architecture" "${packages_sysroot[@]}"
+  cross_fetch "$target" "$architecture" "${packages_sysroot[@]}" || return 1
   # In one folder of headers, so that it need not be named by architecture.
   for include in "$sysroot"/usr/include/*-linux-gnu*; do
     cp -Rp "$include/." "$sysroot/usr/include"
