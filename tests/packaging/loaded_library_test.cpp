@@ -27,7 +27,7 @@ const int rounds = sanitized() ? 300 : 1100;
 
 long mappings() {
   std::ifstream file("/proc/self/maps");
-  return std::count(std::istreambuf_iterator<char>(file), {}, '\n');
+  return static_cast<long>(std::count(std::istreambuf_iterator<char>(file), {}, '\n'));
 }
 
 class Loaded : public testing::Test {
