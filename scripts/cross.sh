@@ -34,10 +34,12 @@ cross_fetch() {
   apt=$sysroot/apt
   mkdir -p "$apt/lists/partial" "$apt/cache/archives/partial" "$apt/packages"
   touch "$apt/status"
-  options=(-q -o "APT::Architecture=$architecture" -o "APT::Architectures::=$architecture"
+  options=(-q -o Acquire::Retries=3 -o "APT::Architecture=$architecture" -o "APT::Architectures::=$architecture"
     -o "APT::Sandbox::User=$(id -un)" -o "Dir::State=$apt" -o "Dir::State::status=$apt/status" -o "Dir::Cache=$apt/cache")
-  # One list that a mirror cannot give does not matter by itself: downloading fails where it does.
-  apt-get "${options[@]}" update || true
+  # One list that a mirror cannot give need not be one of those that are needed: what is missing fails the download.
+  if ! apt-get "${options[@]}" update; then
+    echo "$0: not every list of Debian's packages for $architecture could be fetched; going on with those that are there" >&2
+  fi
   (cd "$apt/packages" && apt-get "${options[@]}" download "$@") || return 1
   for package in "$apt/packages"/*.deb; do
     dpkg -x "$package" "$sysroot" || return 1
@@ -144,6 +146,12 @@ suite() {
   fi
   suite_rows+=("$target $compiler $name $counts $((built - started))s $((SECONDS - built))s $result")
   [ "$result" = passed ]
+}
+
+# suite_left_out NAME TARGET COMPILER: adds the row of a suite that cannot be built, since cross_sysroot failed.
+suite_left_out() {
+  echo "$0: LEFT OUT: $2: what its tests take cannot be downloaded" >&2
+  suite_rows+=("$2 $3 $1 0 0 0 0 - - left out")
 }
 
 # suite_table: the rows so far, under a heading.
