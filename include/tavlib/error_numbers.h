@@ -19,7 +19,7 @@ enum {
   TAV_E_BADPACKET = 13,      ///< A reply's digest is wrong, or an enciphered length is.
   TAV_E_PENDING = 14,        ///< Sent and not yet answered; not a failure.
   TAV_E_BUSY = 15,           ///< The enumeration's previous step is still outstanding.
-  TAV_E_CANCELLED = 17       ///< The caller gave the request up.
+  TAV_E_CANCELLED = 17       ///< The caller gave the request up, or there is none.
 };
 
 #endif

@@ -37,10 +37,10 @@ TAVLIB_API int TAVASyncPop(TAVASYNC** async, unsigned long server);
 
 /// Asks for the state of the handle's request, or waits for its answer when `wait` is not 0. 1 when it was
 /// answered; 0 otherwise with last error 14 (not yet; the handle stays as it is), 4 (waited 300 seconds
-/// without an answer, or the wait failed), 7 (the library was exited since), 17 (nothing is attached) or the
-/// request's own failure. While waiting it takes other requests' answers from the same socket; their owners
-/// are told as usual. A wait that is interrupted, or that ends without an answer while `errno` is 4 (EINTR),
-/// starts over.
+/// without an answer, or the wait failed), 7 (the library was exited since, or is not initialised), 17
+/// (nothing is attached) or the request's own failure. While waiting it takes other requests' answers from
+/// the same socket; their owners are told as usual. A wait that is interrupted, or that ends without an
+/// answer while `errno` is 4 (EINTR), starts over.
 TAVLIB_API int TAVASyncStatus(TAVASYNC* async, int wait);
 
 /// Gives the handle's request up, whether it is outstanding or answered and not told yet: the handle is empty
