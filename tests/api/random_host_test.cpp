@@ -265,8 +265,10 @@ void RandomHost::end() {
     TAVASyncAbandon(&handle.async);
     TAVQueryClose(std::exchange(handle.query, nullptr));
   }
-  if (layer_inits != 0) inits += layer_inits - 1;
-  if (layer_inits != 0) SSO_Exit();
+  if (layer_inits != 0) {
+    inits += layer_inits - 1;
+    SSO_Exit();
+  }
   for (; inits > 0; --inits)
     TAVExit();
   EXPECT_EQ(g_ServerList, nullptr);

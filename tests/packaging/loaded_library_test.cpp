@@ -6,11 +6,12 @@
 #include <pthread.h>
 #include <tavlib/tavlib.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <ostream>
+#include <set>
 
 #include "conformance/tavsim.h"
 #include "faults/hosts/descriptors.h"

@@ -1,10 +1,13 @@
 // A host that is linked with everything it needs, the C library included.
 //
-//   static_host --name             prints the name of the calling user, as the system's name service tells it
-//   static_host FOLDER ADDRESS...  makes FOLDER the top of the file system, so that nothing of the machine
-//   can be loaded
-//                                  any more, uses the library and prints what it finds at the addresses; 77
-//                                  when the kernel refuses the folder
+//   static_host --name
+//
+// prints the name of the calling user, as the system's name service tells it.
+//
+//   static_host FOLDER ADDRESS...
+//
+// makes FOLDER the top of the file system, so that nothing of the machine can be loaded any more, uses the
+// library and prints what it finds at the addresses. Exits with 77 when the kernel refuses the folder.
 //
 // Built without WITH_EVENT_LOOP it has no event loop.
 #include <arpa/inet.h>

@@ -3,8 +3,8 @@
 
 namespace tavtest {
 
-/// While an object lives (one at a time), each release of memory in the program's own code
-/// and the static library leaves EILSEQ in `errno`, as a heap may. A program gets this by linking
+/// While an object lives (one at a time), each release of memory in the program's own code and the
+/// static library leaves EILSEQ in `errno`, as a heap may. A program gets this by linking
 /// tavlib_test_faults.
 class SpoiledErrno {
  public:
