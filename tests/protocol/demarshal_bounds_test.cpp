@@ -101,11 +101,12 @@ TYPED_TEST(DemarshalBounds, RefusedTextReleasesTheTextsReadBefore) {
 
 TYPED_TEST(DemarshalBounds, RefusalIsToldEvenWhereAReleaseChangesErrno) {
   const auto packet = reply(200).be16(38, 2).be16(40, 200).be16(42, 1).packet();
+  auto& target = this->entry.target();
   SetOsError(0);
   unsigned reason = 0;
   {
     const tavtest::SpoiledErrno spoiled;
-    TypeParam::demarshal(this->entry.target(), packet.get(), 0);
+    TypeParam::demarshal(target, packet.get(), 0);
     reason = GetOsError();
     EXPECT_GE(spoiled.count(), 1);  // the first text's memory
   }
