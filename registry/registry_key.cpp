@@ -49,6 +49,9 @@ tavlib::TextBlock with_backslash(const char* name) {
 
 }  // namespace
 
+// Here and not in the header: the library alone has the virtual table and the type information.
+ARegistryException::~ARegistryException() = default;
+
 ARegistryKey::ARegistryKey(const char* filePath) {
   if (filePath == nullptr) {
     fail(tavlib::kBadAddress);

@@ -41,6 +41,9 @@ TAVServerInterface::TAVServerInterface(unsigned long serverAddress, unsigned sho
   ended = &TAVServerInterface::EndRequest;
 }
 
+// Here and not in the header: the library alone has the virtual table and the type information.
+TAVServerInterface::~TAVServerInterface() = default;
+
 unsigned TAVServerInterface::QueryVersion(unsigned& version, ASyncRequest* request) {
   tavlib::set_header(request->packet, tavlib::kMinPacketLength, TAV_REQUEST_VERSION);
   request->completion = on_version_reply;

@@ -44,6 +44,9 @@ enum : unsigned { REGISTRY_ACCESS_WRITE = 2 };
 class TAVLIB_API ARegistryException : public std::bad_alloc {
  public:
   explicit ARegistryException(unsigned errorCode) : code(errorCode) {}
+  ARegistryException(const ARegistryException&) = default;
+  ARegistryException& operator=(const ARegistryException&) = default;
+  ~ARegistryException() override;
 
   unsigned code;
 };

@@ -16,6 +16,7 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
  public:
   /// `address` in network byte order, `port` in host byte order; `isLocal` is 1 for a server on this host.
   TAVServerInterface(unsigned long address, unsigned short port, const char* secret, int isLocal);
+  ~TAVServerInterface() override;
 
   /// Starts a version request: 14 when sent. `version` is filled when the answer comes and must last until
   /// then.
