@@ -173,6 +173,12 @@ void on_a_full_disk(std::FILE* file, Call call) {
   errno = ENOSPC;
 }
 
+int print(std::FILE* file, const char* format, va_list arguments) {
+  if (!fails("fprintf", full)) return std::vfprintf(file, format, arguments);
+  on_a_full_disk(file, [&] { static_cast<void>(std::vfprintf(file, format, arguments)); });
+  return -1;
+}
+
 }  // namespace
 
 extern "C" {
@@ -196,15 +202,18 @@ std::size_t __wrap_fwrite(const void* bytes, std::size_t size, std::size_t count
 }
 
 int __wrap_fprintf(std::FILE* file, const char* format, ...) {
-  const bool failing = fails("fprintf", full);
   va_list arguments;
   va_start(arguments, format);
-  int result = -1;
-  if (failing) {
-    on_a_full_disk(file, [&] { static_cast<void>(std::vfprintf(file, format, arguments)); });
-  } else {
-    result = std::vfprintf(file, format, arguments);
-  }
+  const int result = print(file, format, arguments);
+  va_end(arguments);
+  return result;
+}
+
+// What fprintf is under -D_FORTIFY_SOURCE.
+int __wrap___fprintf_chk(std::FILE* file, int /*flag*/, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  const int result = print(file, format, arguments);
   va_end(arguments);
   return result;
 }

@@ -173,7 +173,8 @@ TEST(Handler, SurvivesAnyVerifiedPacket) {
   Bench bench;
   Chaos chaos;
   for (int i = 0; i < 500; ++i) {
-    Bytes packet = make_packet(static_cast<std::uint8_t>(chaos.below(8)), 1, 100 + chaos.below(3997));
+    const auto code = static_cast<std::uint8_t>(chaos.below(8));
+    Bytes packet = make_packet(code, 1, 100 + chaos.below(3997));
     chaos.scramble(packet, 28 + chaos.below(70));
     if (i % 2 == 0) {  // Descriptors that point into the packet.
       for (const std::size_t slot : {36U, 40U, 44U, 48U, 52U, 56U, 60U}) {
