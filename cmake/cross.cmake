@@ -4,8 +4,8 @@
 #
 # TAVLIB_TARGET is i386, aarch64, armhf, s390x or powerpc. TAVLIB_SYSROOT holds what the tools and the tests take besides
 # the compiler's own libraries: libcrypto, CLI11 and nlohmann_json. With TAVLIB_CLANG, clang++ compiles with the cross
-# compiler's libraries. scripts/matrix.sh makes the sysroot and hands all of this over. For powerpc, of which Debian has no
-# libcrypto, that is the library and the examples alone.
+# compiler's libraries. scripts/matrix.sh makes the sysroot and hands all of this over. Debian has no libcrypto for powerpc:
+# tools and tests are built there with TAVLIB_VECTORS alone (see tests/vectors).
 
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TAVLIB_TARGET TAVLIB_SYSROOT TAVLIB_CLANG)
 

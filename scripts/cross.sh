@@ -5,7 +5,7 @@
 # The other hosts' compilers are Debian's cross compilers; what they build runs under qemu-user, i386 natively. Their
 # tests talk to this machine's own tavsim.
 
-cross_targets=(i386 aarch64 armhf s390x)
+cross_targets=(i386 aarch64 armhf s390x powerpc)
 
 # cross_compiler TARGET: the start of the names of its cross compilers.
 cross_compiler() {
@@ -48,11 +48,15 @@ cross_fetch() {
 }
 
 # cross_sysroot TARGET: what its tools and tests take besides the compiler's own libraries, in build/sysroot/TARGET. Fails
-# when that cannot be downloaded.
+# when that cannot be downloaded. Debian has no packages for powerpc: it takes the headers of s390x, whose byte order, and
+# so whose locale, is the same, but not its libcrypto.
 cross_sysroot() {
   local target=$1 sysroot=build/sysroot/$1 architecture=$1 include
   if [ -e "$sysroot/complete" ]; then return; fi
-  if [ "$target" = aarch64 ]; then architecture=arm64; fi
+  case $target in
+    aarch64) architecture=arm64 ;;
+    powerpc) architecture=s390x ;;
+  esac
   rm -rf "$sysroot"
   cross_fetch "$target" "$architecture" "${packages_sysroot[@]}" || return 1
   # In one folder of headers, so that it need not be named by architecture.
@@ -90,6 +94,23 @@ suite_test() {
   env "${environment[@]}" GTEST_OUTPUT="xml:$PWD/$folder/results/programs/" \
     ctest --test-dir "$folder" --parallel "$jobs" --output-on-failure --no-tests=error \
     --output-junit "$PWD/$folder/results/ctest.xml"
+}
+
+# suite_record FOLDER TARGET JOBS RECORDERS: runs the tests and keeps what libcrypto answered them, in FOLDER/vectors, for a
+# target of which Debian has no libcrypto. RECORDERS is a folder made for it, with one recorder for each of the hosts that
+# programs which the tests start are built for: the loader itself knows which. Fails when a test does.
+suite_record() {
+  local folder=$1 target=$2 jobs=$3 recorders=$4 host
+  for host in "$target=$folder" x86_64=build/matrix/native; do
+    mkdir -p "$recorders/lib/${host%%=*}-linux-gnu"
+    cp "${host#*=}/tests/vectors/libtavlib_vectors_recorder.so" "$recorders/lib/${host%%=*}-linux-gnu/recorder.so"
+  done
+  rm -f "$folder/answers"
+  # shellcheck disable=SC2016  # the loader replaces $LIB
+  LD_PRELOAD="$PWD/$recorders"'/$LIB/recorder.so' TAVTEST_RECORD="$PWD/$folder/answers" \
+    suite_test "$folder" "$target" "$jobs" || return 1
+  LC_ALL=C sort -u "$folder/answers" >"$folder/vectors"
+  rm "$folder/answers"
 }
 
 # suite_count FOLDER: how many tests the last suite_test ran, and how many of them passed, were skipped and failed. A
@@ -130,13 +151,20 @@ suite_count() {
 suite_heading='target compiler config tests passed skipped failed build test result'
 suite_rows=()
 
+# suite_build FOLDER TARGET COMPILER JOBS CMAKE_OPTION...: configures and builds.
+suite_build() {
+  local folder=$1 target=$2 compiler=$3 jobs=$4
+  shift 4
+  suite_configure "$folder" "$target" "$compiler" "$@" && cmake --build "$folder" --parallel "$jobs"
+}
+
 # suite NAME FOLDER TARGET COMPILER JOBS CMAKE_OPTION...: configures, builds and tests, adds a row to suite_rows, and
 # fails when any of it failed. NAME is the configuration's.
 suite() {
   local name=$1 folder=$2 target=$3 compiler=$4 jobs=$5 counts='0 0 0 0' started=$SECONDS built result=failed
   shift 5
   printf '\n---- %s, %s, %s ----\n' "$target" "$compiler" "$name"
-  if suite_configure "$folder" "$target" "$compiler" "$@" && cmake --build "$folder" --parallel "$jobs"; then
+  if suite_build "$folder" "$target" "$compiler" "$jobs" "$@"; then
     built=$SECONDS
     if suite_test "$folder" "$target" "$jobs"; then result=passed; fi
     counts=$(suite_count "$folder")
@@ -148,9 +176,9 @@ suite() {
   [ "$result" = passed ]
 }
 
-# suite_left_out NAME TARGET COMPILER: adds the row of a suite that cannot be built, since cross_sysroot failed.
+# suite_left_out NAME TARGET COMPILER REASON: adds the row of a suite that cannot be built.
 suite_left_out() {
-  echo "$0: LEFT OUT: $2: what its tests take cannot be downloaded" >&2
+  echo "$0: LEFT OUT: $2: $4" >&2
   suite_rows+=("$2 $3 $1 0 0 0 0 - - left out")
 }
 

@@ -1,4 +1,4 @@
-// Skips the tests that the list names. For programs that an emulator runs.
+// Skips the tests that the lists name. For programs that an emulator runs.
 
 #include <fnmatch.h>
 #include <gtest/gtest.h>
@@ -15,12 +15,14 @@ struct LeftOut {
   std::string reason;
 };
 
-std::vector<LeftOut> read_list() {
+std::vector<LeftOut> read_lists() {
   std::vector<LeftOut> all;
-  std::ifstream list(TAVTEST_LEFT_OUT);
-  LeftOut one;
-  while (list >> one.pattern && std::getline(list >> std::ws, one.reason))
-    all.push_back(one);
+  for (const char* const path : {TAVTEST_LEFT_OUT}) {
+    std::ifstream list(path);
+    LeftOut one;
+    while (list >> one.pattern && std::getline(list >> std::ws, one.reason))
+      all.push_back(one);
+  }
   return all;
 }
 
@@ -34,7 +36,7 @@ class Skip : public testing::EmptyTestEventListener {
     if (found != list_.end()) GTEST_SKIP() << found->reason;
   }
 
-  std::vector<LeftOut> list_ = read_list();
+  std::vector<LeftOut> list_ = read_lists();
 };
 
 // GoogleTest owns its listeners.
