@@ -51,6 +51,18 @@ bool write_at(int fd, std::string_view text, off_t position) {
   return true;
 }
 
+/// A header whose path holds a closing bracket is, cut short there, the header of another key, whose values
+/// it would hide. So the opening bracket follows when all behind it is on the disk: until then the line
+/// starts with a zero byte and means nothing. The line's end comes last, as always.
+bool write_header(int fd, std::string_view header, off_t position) {
+  const std::size_t end = header.size() - 1;
+  if (header.find(']') + 1 == end) return write_at(fd, header, position);
+  const std::size_t opened = header.find('[') + 1;
+  return write_at(fd, header.substr(opened, end - opened), position + static_cast<off_t>(opened)) &&
+         fsync(fd) == 0 && write_at(fd, header.substr(0, opened), position) &&
+         write_at(fd, header.substr(end), position + static_cast<off_t>(end));
+}
+
 }  // namespace
 
 bool find_section(int fd, const std::string& target, ARegistryKeyList& below, Section& section) {
@@ -84,7 +96,7 @@ bool append_section(int fd, const std::string& target) {
   const std::optional<bool> own_line = ends_with_newline(fd, file.st_size);
   if (!own_line) return false;
   const std::string header = (*own_line ? "[" : "\n[") + target + "]\n";
-  if (write_at(fd, header, file.st_size) && fsync(fd) == 0) return true;
+  if (write_header(fd, header, file.st_size) && fsync(fd) == 0) return true;
   const KeepError keep;
   [[maybe_unused]] const int undone = ftruncate(fd, file.st_size);
   return false;

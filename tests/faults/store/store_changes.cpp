@@ -28,6 +28,11 @@ int create_key(const std::string& path) {
   return TestKey(path).LoadKey("New", 1, 3, nullptr);
 }
 
+// Up to its first bracket the header is that of the key A.
+int create_key_with_bracket(const std::string& path) {
+  return TestKey(path).LoadKey("A]B", 1, 3, nullptr);
+}
+
 /// Some twelve thousand bytes: a commit takes several reads and writes.
 std::string many_sections() {
   std::string text;
@@ -48,6 +53,10 @@ std::vector<StoreChange> store_changes() {
       {"AValueInALargeFile", large + "[A\\]\n", large + "[A\\]\nv=\"new\"\n", set_value},
       {"ACreatedKey", "[A]\na=1\n", "[A]\na=1\n[New\\]\n", create_key, true},
       {"ACreatedKeyAfterALineWithoutItsEnd", "[A]\na=1", "[A]\na=1\n[New\\]\n", create_key, true},
+      {"ACreatedKeyWhoseNameHoldsABracket", "[A]\na=1\n", "[A]\na=1\n[A]B\\]\n", create_key_with_bracket,
+       true, true, true},
+      {"ACreatedKeyWithABracketAfterALineWithoutItsEnd", "[A]\na=1", "[A]\na=1\n[A]B\\]\n",
+       create_key_with_bracket, true, true, true},
       {"ACreatedKeyInALargeFile", large, large + "[New\\]\n", create_key, true},
       {"TheFirstKeyOfANewFile", "", "[New\\]\n", create_key, true, false},
   };

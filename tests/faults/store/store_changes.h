@@ -16,6 +16,7 @@ struct StoreChange {
   std::function<int(const std::string& path)> make;  ///< The call's result.
   bool appends{false};                               ///< Writes to the file itself, and not a new one.
   bool file_exists{true};
+  bool in_steps{false};  ///< Writes with several calls: between them a line is unfinished.
 
   /// The bytes that the change writes.
   std::size_t written() const { return after.size() - (appends ? before.size() : 0); }
