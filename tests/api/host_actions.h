@@ -36,6 +36,7 @@ class Bystanders {
   StepInFlight step{4};
   LookupInFlight nested{5};  ///< Started by an action.
   bool exited = false;       ///< Whether the library was, so that handles and enumerations are out of date.
+  int taken = 2;             ///< What adding an entry gives: 1 where a further server cannot be reached.
   unsigned expired = 0;      ///< How many look-ups an action has ended with SSO_ExpireLookups.
 
  private:

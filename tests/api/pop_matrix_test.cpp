@@ -66,18 +66,19 @@ class ToldHost : public SsoTest, public testing::WithParamInterface<Cell> {
     own->open(address());
   }
 
-  void fail_to_start() {
-    others->start();
-    own->open(inet_addr("127.9.9.9"));
-    own->tell(own->next());
-    own->open(address());
-  }
+  void fail_to_start() { start_with("127.9.9.9"); }
+
+  // The request has its place among those in flight when sending it fails.
+  void fail_to_send() { start_with(unreachable); }
 
  protected:
+  ToldHost() { configure_unreachable(); }
+
   // One telling, in a library of its own, and what the host does then.
   void act(OwnAct own_act, bool own_first) {
     ASSERT_NE(SSO_Init(), nullptr);
     others.emplace(server, time, loop);
+    others->taken = 1;
     own.emplace(1);
     const StepEnd& end = std::get<0>(GetParam());
     end.bring_about(*this);
@@ -101,6 +102,13 @@ class ToldHost : public SsoTest, public testing::WithParamInterface<Cell> {
   void start_all() {
     own->start(server);
     others->start();
+  }
+
+  void start_with(const char* queried) {
+    others->start();
+    own->open(inet_addr(queried));
+    own->tell(own->next());
+    own->open(address());
   }
 
   // A step that cannot be sent any more is told at once.
@@ -130,6 +138,7 @@ struct Road {
 
 std::vector<StepEnd> step_ends() {
   std::vector<StepEnd> ends = {{"FailedStart", 11, &ToldHost::fail_to_start},
+                               {"FailedSend", 12, &ToldHost::fail_to_send},
                                {"Timeout", 4, &ToldHost::wait_in_vain},
                                {"ClosedEnumeration", 17, &ToldHost::close_before_answer}};
   for (const auto& [reply_name, reply] : {std::pair{"Answer", Reply::answer},

@@ -68,10 +68,16 @@ class SsoCallback : public RunningSsoTest, public testing::WithParamInterface<Ce
     expired = SSO_ExpireLookups(1000);
   }
 
-  void fail_to_start() {
-    others.start();
-    g_SsoServer = inet_addr("127.9.9.9");
-    own.lookup.start(own.number());
+  void fail_to_start() { start_with("127.9.9.9"); }
+
+  // The look-up has its place among the requests when sending it fails.
+  void fail_to_send() {
+    SSO_Exit();
+    restore_load_state();
+    configure_unreachable();
+    EXPECT_NE(SSO_Init(), nullptr);
+    others.taken = 1;
+    start_with(unreachable);
   }
 
  protected:
@@ -100,6 +106,12 @@ class SsoCallback : public RunningSsoTest, public testing::WithParamInterface<Ce
     others.start();
   }
 
+  void start_with(const char* gateway) {
+    others.start();
+    g_SsoServer = inet_addr(gateway);
+    own.lookup.start(own.number());
+  }
+
   void let_a_pop_read(Reply reply) {
     own.reply(server, reply);
     EXPECT_FALSE(pop_and_tell(address()));
@@ -114,6 +126,7 @@ struct Road {
 
 std::vector<LookupEnd> lookup_ends() {
   std::vector<LookupEnd> ends = {{"FailedStart", 11, &SsoCallback::fail_to_start},
+                                 {"FailedSend", 12, &SsoCallback::fail_to_send},
                                  {"Expiry", 4, &SsoCallback::expire},
                                  {"ExpiryOfBoth", 4, &SsoCallback::expire_both}};
   for (const auto& [reply_name, reply] : {std::pair{"Answer", Reply::answer},

@@ -14,6 +14,12 @@ class SsoTest : public ApiTest {
   SsoTest() { loop = HostLoop(); }
   ~SsoTest() override { loop = HostLoop(); }
 
+  /// Configures a second server, to which nothing can be sent.
+  void configure_unreachable() {
+    config.write_servers({server.configured(), {unreachable, 0, "x"}}, "127.0.0.1");
+  }
+
+  static constexpr char unreachable[] = "127.9.9.8";
   HostLoop& loop = host_loop();
 };
 

@@ -21,7 +21,7 @@ class Lifecycle : public testing::Test, public Scenario {
 
 TEST_F(Lifecycle, SurvivesEachFault) {
   expect_tally(fail_each_call(*this), 200,
-               {"new", "new nothrow", "malloc", "socket", "open", "pread", "lock"});
+               {"new", "new nothrow", "malloc", "socket", "open", "pread", "lock", "pthread_key_create"});
 }
 
 TEST_F(Lifecycle, SurvivesPairsOfFaults) {
