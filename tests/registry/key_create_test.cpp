@@ -158,6 +158,16 @@ TEST_F(CreateKey, CutsATargetAt4095Characters) {
   EXPECT_EQ(content(), "[" + std::string(4095, 'k') + "]\n");
 }
 
+TEST_F(CreateKey, AppendsTheWholeHeaderOfAPathThatHoldsABracket) {
+  for (const char* before : {"[A]\na=1\n", "[A]\na=1"}) {
+    write(before);
+    int created = 7;
+    EXPECT_EQ(TestKey(path).LoadKey("A]B", 1, 3, &created), 1);
+    EXPECT_EQ(created, 1);
+    EXPECT_EQ(content(), "[A]\na=1\n[A]B\\]\n");
+  }
+}
+
 TEST_F(CreateKey, DoesNotTruncateAFileMadeBetweenTwoOpens) {
   // The first open finds no file; then another process makes one, which the second open must keep.
   TestKey key(path);
