@@ -19,7 +19,8 @@ scripts/mutation/survivors.txt.
   --build FOLDER  where the copy is built (build/mutation)
   -h, --help      print this and exit
 
-Exit codes: 0 every survivor is listed and at least 95 % of all rooms' mutants were caught, 2 wrong argument, anything else: a failure.
+Exit codes: 0 every survivor is listed and at least 95 % of all rooms' mutants were caught, 2 wrong
+argument, anything else: a failure.
 END
 }
 
