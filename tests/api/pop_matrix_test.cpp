@@ -69,17 +69,18 @@ class ToldHost : public SsoTest, public testing::WithParamInterface<Cell> {
   void fail_to_start() { start_with("127.9.9.9"); }
 
   // The request has its place among those in flight when sending it fails.
-  void fail_to_send() { start_with(unreachable); }
+  void fail_to_send() {
+    stop();
+    configure_unreachable();
+    start();
+    others->taken = 1;
+    start_with(unreachable);
+  }
 
  protected:
-  ToldHost() { configure_unreachable(); }
-
   // One telling, in a library of its own, and what the host does then.
   void act(OwnAct own_act, bool own_first) {
-    ASSERT_NE(SSO_Init(), nullptr);
-    others.emplace(server, time, loop);
-    others->taken = 1;
-    own.emplace(1);
+    start();
     const StepEnd& end = std::get<0>(GetParam());
     end.bring_about(*this);
     own->ends_with = end.code;
@@ -92,13 +93,23 @@ class ToldHost : public SsoTest, public testing::WithParamInterface<Cell> {
     own->reply(server);  // to the new step; else late, or once more
     others->expect_told();
     expect_own_told(own_act);
+    stop();
+  }
+
+ private:
+  void start() {
+    ASSERT_NE(SSO_Init(), nullptr);
+    others.emplace(server, time, loop);
+    own.emplace(1);
+  }
+
+  void stop() {
     own.reset();
     others.reset();
     SSO_Exit();
     restore_load_state();
   }
 
- private:
   void start_all() {
     own->start(server);
     others->start();
