@@ -67,6 +67,21 @@ TEST_P(PowerLoss, IsReplayedFromEverythingThatTheChangeDid) {
   EXPECT_FALSE(std::filesystem::exists(path + "~"));
 }
 
+// Several writes between two syncs may reach the disk in any order.
+TEST(PowerLossWithinAHeader, FindsItsOpeningBracketOnTheDiskAfterAllBehindIt) {
+  const TempFolder folder;
+  const std::string path = folder.file("registry");
+  write_file(path, "[A]\na=1\n");
+  const DiskRecorder recorder(folder.path().string());
+  ASSERT_EQ(TestKey(path).LoadKey("A]B", 1, 3, nullptr), 1);
+  std::vector<std::string> done;
+  for (const DiskEvent& event : recorder.events()) {
+    if (event.kind == DiskEvent::Kind::write) done.push_back(event.bytes);
+    if (event.kind == DiskEvent::Kind::sync_file) done.emplace_back("sync");
+  }
+  EXPECT_EQ(done, (std::vector<std::string>{"A]B\\]", "sync", "[", "\n", "sync"}));
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, PowerLoss, testing::ValuesIn(store_changes()), case_name<StoreChange>);
 
 }  // namespace
