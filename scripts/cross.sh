@@ -96,21 +96,18 @@ suite_test() {
     --output-junit "$PWD/$folder/results/ctest.xml"
 }
 
-# suite_record FOLDER TARGET JOBS RECORDERS: runs the tests and keeps what libcrypto answered them, in FOLDER/vectors, for a
-# target of which Debian has no libcrypto. RECORDERS is a folder made for it, with one recorder for each of the hosts that
-# programs which the tests start are built for: the loader itself knows which. Fails when a test does.
+# suite_record FOLDER TARGET JOBS NATIVE: runs the tests and keeps what libcrypto answered them, in FOLDER/vectors, for a
+# target of which Debian has no libcrypto. NATIVE is a build for x86_64: the tests start programs of that host, too, and
+# the loader takes for each the recorder in the folder of its own host. Fails when a test does.
 suite_record() {
-  local folder=$1 target=$2 jobs=$3 recorders=$4 host
-  for host in "$target=$folder" x86_64=build/matrix/native; do
-    mkdir -p "$recorders/lib/${host%%=*}-linux-gnu"
-    cp "${host#*=}/tests/vectors/libtavlib_vectors_recorder.so" "$recorders/lib/${host%%=*}-linux-gnu/recorder.so"
-  done
+  local folder=$1 target=$2 jobs=$3 native=$4 recorders=$1/recorders recorder=tests/vectors/libtavlib_vectors_recorder.so
+  install -D "$folder/$recorder" "$recorders/lib/$target-linux-gnu/recorder.so" || return 1
+  install -D "$native/$recorder" "$recorders/lib/x86_64-linux-gnu/recorder.so" || return 1
   rm -f "$folder/answers"
   # shellcheck disable=SC2016  # the loader replaces $LIB
   LD_PRELOAD="$PWD/$recorders"'/$LIB/recorder.so' TAVTEST_RECORD="$PWD/$folder/answers" \
     suite_test "$folder" "$target" "$jobs" || return 1
-  LC_ALL=C sort -u "$folder/answers" >"$folder/vectors"
-  rm "$folder/answers"
+  LC_ALL=C sort -u "$folder/answers" >"$folder/vectors" && rm "$folder/answers"
 }
 
 # suite_count FOLDER: how many tests the last suite_test ran, and how many of them passed, were skipped and failed. A

@@ -120,7 +120,7 @@ record_vectors() {
   local folder=build/matrix/i386-$1-$2 options
   mapfile -t options < <(options_of i386 "$1" "$2")
   cross_sysroot i386 && suite_build "$folder" i386 "$1" "$jobs" "$served" "${options[@]}" &&
-    suite_record "$folder" i386 "$jobs" build/matrix/recorders
+    suite_record "$folder" i386 "$jobs" "$native"
 }
 
 # run TARGET COMPILER CONFIGURATION: one row of the table. Fails when anything failed.
@@ -133,7 +133,7 @@ run() {
   mapfile -t options < <(options_of "$target" "$compiler" "$configuration")
   if [ "$target" = powerpc ]; then
     if ! record_vectors "$compiler" "$configuration"; then
-      suite_left_out "$configuration" "$target" "$compiler" "the tests of i386 failed, from which its vectors come"
+      suite_left_out "$configuration" "$target" "$compiler" "its vectors could not be recorded with the tests of i386"
       return 1
     fi
     options+=("-DTAVLIB_VECTORS=$PWD/build/matrix/i386-$compiler-$configuration/vectors")
