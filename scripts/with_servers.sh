@@ -35,10 +35,13 @@ trap 'exit 143' TERM
 # start_server NAME ADDRESS PHRASE: starts a server on a free port and sets `port` to it.
 start_server() {
   local log=$folder/$1.log server tries
-  "$tavsim" --address "$2" --port 0 --passphrase "$3" --entries "$here/examples/users.json" --trace >"$log" 2>&1 &
+  # Made here: the server's own shell may open it only after it has been read below, or while it still names the port of
+  # a run before.
+  : >"$log"
+  "$tavsim" --address "$2" --port 0 --passphrase "$3" --entries "$here/examples/users.json" --trace >>"$log" 2>&1 &
   server=$!
   servers+=("$server")
-  for ((tries = 0; tries < 200; tries++)); do
+  for ((tries = 0; tries < 600; tries++)); do
     port=$(sed -n 's/^tavsim: listening on .*:\([0-9]*\)$/\1/p' "$log")
     if [ -n "$port" ]; then return; fi
     if ! kill -0 "$server" 2>/dev/null; then break; fi
