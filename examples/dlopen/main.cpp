@@ -5,6 +5,7 @@
 // loads without them, every symbol resolved at once, and blocking look-ups work.
 #include <arpa/inet.h>
 #include <dlfcn.h>
+#include <endian.h>
 #include <tavlib/tavlib.h>
 
 #include <iostream>
@@ -19,7 +20,7 @@ Function* find(void* library, const char* name) {
   return reinterpret_cast<Function*>(symbol);
 }
 
-int look_up(void* library, const char* address) {
+int look_up(void* library, unsigned long address) {
   auto* const init = find<decltype(SSO_Init)>(library, "SSO_Init");
   auto* const get_user = find<decltype(SSO_GetUserByAddr)>(library, "SSO_GetUserByAddr");
   auto* const last_error = find<decltype(SSO_GetLastError)>(library, "SSO_GetLastError");
@@ -28,7 +29,7 @@ int look_up(void* library, const char* address) {
 
   char user[65] = "";  // the library gets 64 of the 65 bytes, so each text ends with a zero
   char group[65] = "";
-  const bool ran = init() != nullptr && get_user(inet_addr(address), user, 64, group, 64) == 1;
+  const bool ran = init() != nullptr && get_user(address, user, 64, group, 64) == 1;
   if (ran && *user != '\0') std::cout << user << ", " << group << '\n';
   if (ran && *user == '\0') std::cout << "nobody\n";
   if (!ran) std::cerr << "lookup_dlopen: error " << last_error() << '\n';
@@ -48,7 +49,7 @@ int main(int count, char** arguments) {
     std::cerr << "lookup_dlopen: " << dlerror() << '\n';
     return 1;
   }
-  const int result = look_up(library, arguments[2]);
+  const int result = look_up(library, htole32(inet_addr(arguments[2])));  // the same number on every host
   dlclose(library);
   return result;
 }

@@ -1,6 +1,5 @@
 #include "lookup.h"
 
-#include <arpa/inet.h>
 #include <tavlib/tavlib.h>
 
 #include "event_loop.h"
@@ -18,8 +17,7 @@ unsigned room(const std::array<char, 65>& buffer) {
 std::optional<User> look_up(const std::string& address) {
   std::array<char, 65> user{};
   std::array<char, 65> group{};
-  if (SSO_GetUserByAddr(inet_addr(address.c_str()), user.data(), room(user), group.data(), room(group)) ==
-      0) {
+  if (SSO_GetUserByAddr(number_of(address), user.data(), room(user), group.data(), room(group)) == 0) {
     return std::nullopt;
   }
   return User{user.data(), group.data()};
@@ -30,8 +28,8 @@ Lookups::Lookups(const std::vector<std::string>& addresses) : in_flight_(address
     lookups_.push_back(std::make_unique<Lookup>());
     Lookup& lookup = *lookups_.back();
     lookup.in_flight = &in_flight_;
-    SSO_GetUserByAddrAsync(inet_addr(address.c_str()), lookup.user.data(), room(lookup.user),
-                           lookup.group.data(), room(lookup.group), ended, &lookup);
+    SSO_GetUserByAddrAsync(number_of(address), lookup.user.data(), room(lookup.user), lookup.group.data(),
+                           room(lookup.group), ended, &lookup);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "servers.h"
 
 #include <arpa/inet.h>
+#include <endian.h>
 #include <tavlib/tavlib.h>
 
 #include <memory>
@@ -31,7 +32,7 @@ std::string text_or_empty(const char* text) {
 
 // The texts of an entry belong to the enumeration and change with its next step.
 Place place_of(const _TAVENTRYA& entry) {
-  Place place{dotted(entry.address), {}};
+  Place place{dotted(le32toh(entry.address)), {}};
   if (entry.word12 == 0) place.user = User{text_or_empty(entry.user), text_or_empty(entry.string3)};
   return place;
 }
@@ -79,7 +80,7 @@ bool add_entry(const Place& place) {
   std::string user = place.user.name;
   std::string group = place.user.group;
   _TAVENTRYA entry{};
-  entry.address = inet_addr(place.address.c_str());
+  entry.address = static_cast<uint32_t>(number_of(place.address));
   entry.user = user.data();
   entry.string3 = group.data();
   return TAVAddEntryA(&entry) == taken_by_all;

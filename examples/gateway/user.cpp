@@ -1,6 +1,7 @@
 #include "user.h"
 
 #include <arpa/inet.h>
+#include <endian.h>
 
 #include <fstream>
 #include <sstream>
@@ -36,6 +37,10 @@ Place read_place(const std::string& text) {
 }
 
 }  // namespace
+
+unsigned long number_of(const std::string& address) {
+  return htole32(inet_addr(address.c_str()));
+}
 
 std::vector<Place> read_places(const std::string& path) {
   std::ifstream file(path);

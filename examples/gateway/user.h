@@ -26,6 +26,9 @@ struct Place {
   User user;
 };
 
+/// The number by which entries carry a dotted quad: inet_addr's on a little-endian machine, on every host.
+unsigned long number_of(const std::string& address);
+
 /// Reads lines of "address, user, group"; '-' is an empty text, blanks around the commas do not count, and
 /// lines that begin with '#' are comments. Throws std::runtime_error that names the file and the line.
 std::vector<Place> read_places(const std::string& path);

@@ -1,5 +1,6 @@
 // Prints who is at an address: lookup 10.1.0.11
 #include <arpa/inet.h>
+#include <endian.h>
 #include <tavlib/tavlib.h>
 
 #include <iostream>
@@ -7,8 +8,8 @@
 int main(int count, char** arguments) {
   if (count != 2) return 2;
   char user[65] = "", group[65] = "";  // the library gets 64 of the 65 bytes, so each text ends with a zero
-  const bool ran =
-      SSO_Init() != nullptr && SSO_GetUserByAddr(inet_addr(arguments[1]), user, 64, group, 64) == 1;
+  const unsigned long address = htole32(inet_addr(arguments[1]));  // the same number on every host
+  const bool ran = SSO_Init() != nullptr && SSO_GetUserByAddr(address, user, 64, group, 64) == 1;
   if (ran && *user != '\0') std::cout << user << ", " << group << '\n';
   if (ran && *user == '\0') std::cout << "nobody\n";
   if (!ran) std::cerr << "lookup: error " << SSO_GetLastError() << '\n';

@@ -1,5 +1,6 @@
 // A host that ends its process while its threads are in every part of the library: ending_host ADDRESS
 #include <arpa/inet.h>
+#include <endian.h>
 #include <tavlib/tavlib.h>
 
 #include <array>
@@ -47,7 +48,7 @@ void have_a_thread_end() {
 
 int main(int count, char** arguments) {
   if (count != 2 || SSO_Init() == nullptr) return 2;
-  const unsigned long address = inet_addr(arguments[1]);
+  const unsigned long address = htole32(inet_addr(arguments[1]));
   keep_doing([address] { look_up(address); });
   keep_doing(use_registry);
   keep_doing(have_a_thread_end);

@@ -21,7 +21,7 @@ struct _TAVENTRYA {
   char* string3;        ///< Third text: the second answer of a single-sign-on look-up.
   unsigned char* data;  ///< Opaque block of `dataLength` bytes, or null.
   uint32_t dataLength;  ///< Bytes at `data`; only the low 16 bits travel.
-  uint32_t address;     ///< IPv4 address, as inet_addr yields it by convention.
+  uint32_t address;     ///< IPv4 address; by convention inet_addr's number on a little-endian host.
   uint32_t word7;       ///< Opaque.
   uint32_t flag8;       ///< True or false.
   uint32_t word9;       ///< Opaque, as `word10` and `word11`.
