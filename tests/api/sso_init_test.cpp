@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 
+#include <bit>
 #include <cstdio>
 
 #include "api/sso_fixture.h"
@@ -51,7 +52,8 @@ TEST_F(SsoInit, ReturnsTheProductStringAndRegistersTheGatewaysSocket) {
 }
 
 TEST_F(SsoInit, TakesANumberAsTheAddressWithoutConversion) {
-  write_gateway({"gwtav=" + std::to_string(inet_addr("127.0.0.1"))});
+  constexpr bool little = std::endian::native == std::endian::little;
+  write_gateway({little ? "gwtav=16777343" : "gwtav=2130706433"});
   EXPECT_STREQ(SSO_Init(), "Norvel TAV/TIZ");
   EXPECT_EQ(g_SsoServer, inet_addr("127.0.0.1"));
   expect_registered(address(), TAVGetSocket(address()));
