@@ -15,6 +15,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   list(APPEND TAVLIB_WARNINGS -Wno-restrict)
 endif()
 
+# Where long has 32 bits, times and sizes of files still have 64. No public header has either.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
+
 if(TAVLIB_SANITIZE)
   add_compile_options(-fsanitize=${TAVLIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${TAVLIB_SANITIZE})

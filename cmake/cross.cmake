@@ -39,12 +39,6 @@ else()
   set(CMAKE_CXX_COMPILER ${compiler}-g++)
 endif()
 
-# Where long has 32 bits, times and sizes of files still have 64.
-if(TAVLIB_TARGET MATCHES "^(i386|armhf|powerpc)$")
-  set(CMAKE_C_FLAGS_INIT "-D_FILE_OFFSET_BITS=64 -D_TIME_BITS=64")
-  set(CMAKE_CXX_FLAGS_INIT ${CMAKE_C_FLAGS_INIT})
-endif()
-
 # The compiler's own libraries are found in a place where no other program looks for them.
 set(libraries /usr/${compiler})
 if(TAVLIB_TARGET STREQUAL i386)

@@ -14,13 +14,11 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   list(APPEND other_symbols
     _Znwm=_Znwj _Znam=_Znaj _ZnwmRKSt9nothrow_t=_ZnwjRKSt9nothrow_t _ZnamRKSt9nothrow_t=_ZnajRKSt9nothrow_t
     _ZdlPvm=_ZdlPvj)
-  if(CMAKE_CXX_FLAGS MATCHES "_TIME_BITS=64")
-    set(narrow_clock ${CMAKE_CURRENT_LIST_DIR}/support/interpose_narrow_clock.cpp)
-    list(APPEND other_symbols
-      clock_gettime=__clock_gettime64 creat=creat64 fcntl=__fcntl_time64 fopen=fopen64 fstat=__fstat64_time64
-      ftruncate=ftruncate64 gettimeofday=__gettimeofday64 open=open64 pread=pread64 pwrite=pwrite64
-      select=__select64 setsockopt=__setsockopt64 stat=__stat64_time64)
-  endif()
+  set(narrow_clock ${CMAKE_CURRENT_LIST_DIR}/support/interpose_narrow_clock.cpp)
+  list(APPEND other_symbols
+    clock_gettime=__clock_gettime64 creat=creat64 fcntl=__fcntl_time64 fopen=fopen64 fstat=__fstat64_time64
+    ftruncate=ftruncate64 gettimeofday=__gettimeofday64 open=open64 pread=pread64 pwrite=pwrite64
+    select=__select64 setsockopt=__setsockopt64 stat=__stat64_time64)
 endif()
 foreach(pair ${other_symbols})
   string(REPLACE "=" ";" pair ${pair})

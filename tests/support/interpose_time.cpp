@@ -1,4 +1,5 @@
 #include <sys/select.h>
+#include <sys/types.h>
 #include <time.h>
 
 #include <algorithm>
@@ -10,6 +11,9 @@
 
 #include "support/fake_time.h"
 #include "support/next_symbol.h"
+
+// glibc's functions with these are the ones that tests replace.
+static_assert(sizeof(time_t) == 8 && sizeof(off_t) == 8, "on every host");
 
 namespace tavtest {
 
