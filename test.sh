@@ -25,7 +25,7 @@ cannot be downloaded is left out, and the table says so.
   FILTER         run only the tests whose names match this regular expression
   -h, --help     print this and exit
 
-Exit codes: 0 every test passed, 2 wrong argument, anything else: a failure.
+Exit codes: 0 every test that was run passed, 2 wrong argument, anything else: a failure.
 END
 }
 

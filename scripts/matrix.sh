@@ -20,7 +20,8 @@ this machine or under an emulator, against this machine's own tavsim. Ends with 
 
   TARGET           x86_64 ${cross_targets[*]}; all when none is given
   --compiler NAME  only g++ or clang++
-  --config NAME    only Debug or Release, which is -O2 -flto with the checks of glibc and libstdc++
+  --config NAME    only Debug or Release, which is -O2 -flto with the checks of glibc and libstdc++; there, too, the
+                   tests' own code is not optimised
   --jobs N         compilers and tests that run at a time, 1 to 99; $jobs when not given
   -h, --help       print this and exit
 
@@ -94,6 +95,7 @@ options_of() {
   echo "-DCMAKE_BUILD_TYPE=$3"
   if [ "$3" = Release ]; then
     if [ "$2" = g++ ]; then lto=-flto=auto; fi
+    echo "-DCMAKE_C_FLAGS_RELEASE=-O2 $lto -D_FORTIFY_SOURCE=2"
     echo "-DCMAKE_CXX_FLAGS_RELEASE=-O2 $lto -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS"
     if [ "$1" != x86_64 ]; then prefix=$(cross_compiler "$1")-; fi
     if [ "$2" = clang++ ]; then

@@ -1,9 +1,9 @@
 # Programs that tests start, natively or under an emulator.
 #
-#   tavlib_program(VARIABLE TARGET)
+#   tavlib_program(VARIABLE TARGET [STARTER])
 #
 # sets VARIABLE to the path with which a test starts the program that TARGET makes: its own, or that of a script that
-# runs it under CMAKE_CROSSCOMPILING_EMULATOR; it is to be called once for each target. BUILT_TAVSIM is set so for tavsim,
+# has STARTER run it under CMAKE_CROSSCOMPILING_EMULATOR; it is to be called once for each target. BUILT_TAVSIM is set so for tavsim,
 # TAVSIM_PROGRAM to the server that the tests talk to.
 
 set(TAVLIB_TAVSIM "" CACHE FILEPATH "The tavsim that the tests talk to; the one that is built when empty")
@@ -19,6 +19,9 @@ function(tavlib_program variable target)
   if(CMAKE_CROSSCOMPILING_EMULATOR)
     set(path ${CMAKE_BINARY_DIR}/scripts/${target})
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+    if(ARGC GREATER 2)
+      string(PREPEND emulator "'${ARGV2}' ")
+    endif()
     # A program that starts itself again finds the script.
     tavlib_script(${path} "${emulator} -0 \"$0\" '$<TARGET_FILE:${target}>'")
   endif()

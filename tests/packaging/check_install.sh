@@ -4,7 +4,8 @@
 #
 #   check_install.sh SOURCE_FOLDER BUILD_FOLDER CMAKE C_COMPILER CXX_COMPILER [FLAG...]
 #
-# The flags are those that the library needs of its hosts: none, a sanitizer's, or another host's.
+# The flags are those that the library needs of its hosts: none, a sanitizer's, or another host's. TAVTEST_EMULATOR is
+# what runs programs, when this machine itself does not.
 set -eu
 source=$1 build=$2 cmake=$3 cc=$4 cxx=$5
 shift 5
@@ -14,6 +15,8 @@ trap 'rm -rf "$folder"' EXIT
 prefix=$folder/prefix
 
 say() { echo "-- $*"; }
+# shellcheck disable=SC2086  # the emulator has arguments
+run() { ${TAVTEST_EMULATOR-} "$@"; }
 needs() { readelf -d "$1" | grep -q 'NEEDED.*\[libtavlib\.so\.1\]'; }
 
 say install
@@ -27,8 +30,8 @@ say "a project with find_package"
 CXX=$cxx CXXFLAGS="$*" "$cmake" -S "$consumer" -B "$folder/consumer" "-DCMAKE_PREFIX_PATH=$prefix" > "$folder/log" ||
   { cat "$folder/log"; exit 1; }
 "$cmake" --build "$folder/consumer" > "$folder/log" || { cat "$folder/log"; exit 1; }
-"$folder/consumer/with_shared"
-"$folder/consumer/with_static"
+run "$folder/consumer/with_shared"
+run "$folder/consumer/with_static"
 needs "$folder/consumer/with_shared"
 if needs "$folder/consumer/with_static"; then
   echo "the static library is not what with_static uses"
@@ -44,7 +47,7 @@ if [ $# -gt 0 ]; then linker=$cxx; fi  # which brings the C++ half of clang's sa
 "$cc" "$@" -std=c11 $warnings -c "$consumer/host.c" "-I$prefix/include" -o "$folder/host.o"
 "$linker" "$@" "$folder/host.o" "-L$lib" -ltavlib -o "$folder/c_shared"
 export LD_LIBRARY_PATH="$lib"
-"$folder/cxx_shared"
-"$folder/cxx_static"
-"$folder/c_shared"
+run "$folder/cxx_shared"
+run "$folder/cxx_static"
+run "$folder/c_shared"
 needs "$folder/c_shared"
