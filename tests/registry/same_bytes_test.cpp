@@ -10,7 +10,8 @@
 namespace tavtest {
 namespace {
 
-// Every type of value, with numbers whose bytes are all different and bytes with and without the highest bit.
+// Every type of value, with numbers whose bytes are all different and bytes with and without the highest bit;
+// names with that bit, which makes a character negative on some hosts.
 const std::string file =
     "[Software\\]\n"
     "Text=\"caf\xc3\xa9 \\\"x\\\" C:\\\\\"\n"
@@ -19,7 +20,8 @@ const std::string file =
     "Highest=2147483648\n"
     "Texts='one''it\\'s''\xff\x80'\n"
     "Bytes=$0180FF7F\n"
-    "[Software\\Below\\]\n"
+    "na\xefve\xff=2\n"
+    "[Software\\B\xe9low\\]\n"
     "Number=1\n";
 
 /// The four bytes of a number, as a program on this host has them.
@@ -36,6 +38,7 @@ const std::vector<NamedValue> values{
     {"Highest", {4, number(0x80000000)}},
     {"Texts", {7, zeroed("one\0it's\0\xff\x80\0\0")}},
     {"Bytes", {3, "\x01\x80\xFF\x7F"}},
+    {"na\xefve\xff", {4, number(2)}},
 };
 
 class SameBytes : public RegistryTest {};
@@ -50,7 +53,7 @@ TEST_F(SameBytes, AreWrittenOnEveryHost) {
     ASSERT_EQ(key.SetValue(name.c_str(), value.type, static_cast<unsigned>(value.bytes.size()), data), 1);
   }
   TestKey below(path);
-  ASSERT_EQ(below.LoadKey("Software\\Below", 1, REGISTRY_ACCESS_WRITE, nullptr), 1);
+  ASSERT_EQ(below.LoadKey("Software\\B\xe9low", 1, REGISTRY_ACCESS_WRITE, nullptr), 1);
   const std::string one = number(1);
   ASSERT_EQ(below.SetValue("Number", 4, 4, reinterpret_cast<const unsigned char*>(one.data())), 1);
   EXPECT_EQ(content(), file);
@@ -67,7 +70,7 @@ TEST_F(SameBytes, AreReadOnEveryHost) {
     const std::string more(expected.type == 7 ? 1 : 0, '\0');  // a list counts one byte more
     EXPECT_EQ(value->bytes, expected.bytes + more) << name;
   }
-  EXPECT_EQ(child_names(key), Names{"Below"});
+  EXPECT_EQ(child_names(key), Names{"B\xe9low"});
 }
 
 }  // namespace tavtest
