@@ -87,7 +87,7 @@ done
 mapfile -t packages < <(cross_packages "${crossed[@]}")
 if one_of clang++ "${compilers[@]}"; then packages+=("${packages_clang[@]}" "${packages_clang_lto[@]}"); fi
 install_packages "for the matrix" "${packages_build[@]}" "${packages_gcc[@]}" "${packages_tools[@]}" \
-  "${packages_tests[@]}" "${packages[@]}"
+  "${packages_tests[@]}" "${packages[@]}" || exit 1
 
 # options_of TARGET COMPILER CONFIGURATION: what CMake is told besides.
 options_of() {
@@ -113,8 +113,8 @@ options_of() {
 # The server that every target's tests talk to, and what records libcrypto's answers to it.
 native=build/matrix/native
 served=-DTAVLIB_TAVSIM=$PWD/$native/tools/tavsim/tavsim
-cmake -S . -B "$native" -G Ninja -DCMAKE_BUILD_TYPE=Release
-cmake --build "$native" --parallel "$jobs" --target tavsim tavlib_vectors_recorder
+cmake -S . -B "$native" -G Ninja -DCMAKE_BUILD_TYPE=Release &&
+  cmake --build "$native" --parallel "$jobs" --target tavsim tavlib_vectors_recorder || exit 1
 
 # record_vectors COMPILER CONFIGURATION: what libcrypto answers the tests of i386, for powerpc, of which Debian has none.
 # Numbers have as many bits on both, so the same calls fail in the torture tests and the same packets follow.
