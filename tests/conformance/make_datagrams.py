@@ -1,16 +1,20 @@
 #!/usr/bin/env python3
 """Prints datagrams.txt: the requests of same_datagrams_test.cpp as they must be on the wire, one a line.
 
-Shares nothing with the library and its tests but the format: MD5 is Python's own, Blowfish that of the package
-cryptography (pip install cryptography), which takes no part in building and testing.
+Shares nothing with the library and its tests but the format: MD5 is Python's own, Blowfish that of Debian's package
+python3-cryptography, which building and testing do without.
 """
 
 import hashlib
 import itertools
 import struct
 
-from cryptography.hazmat.decrepit.ciphers.algorithms import Blowfish
 from cryptography.hazmat.primitives.ciphers import Cipher, modes
+
+try:
+    from cryptography.hazmat.decrepit.ciphers.algorithms import Blowfish
+except ImportError:  # before version 43
+    from cryptography.hazmat.primitives.ciphers.algorithms import Blowfish
 
 PASS_PHRASE = b"correct horse battery staple"
 KEY = PASS_PHRASE[:16].ljust(16, b"\0")

@@ -1,5 +1,5 @@
-// Small hosts, just as they are built for anybody: in C++, in C11, and one without event loop functions that
-// loads the library while it runs. Each looks users up at a server process.
+// Small hosts, just as they are built for anybody: in C++ with and without exceptions, in C11, and one
+// without event loop functions that loads the library while it runs. Each looks users up at a server process.
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -25,7 +25,9 @@ class Host : public HostProgram, public testing::WithParamInterface<Program> {
 };
 
 INSTANTIATE_TEST_SUITE_P(All, Host,
-                         testing::Values(Program{"Cpp", "'" LOOKUP "'"}, Program{"C11", "'" LOOKUP_C "'"},
+                         testing::Values(Program{"Cpp", "'" LOOKUP "'"},
+                                         Program{"CppWithoutExceptions", "'" PLAIN_HOST "'"},
+                                         Program{"C11", "'" LOOKUP_C "'"},
                                          Program{"Dlopen", "'" LOOKUP_DLOPEN "' '" TAVLIB_LIBRARY "'"}),
                          [](const auto& each) { return std::string(each.param.name); });
 
