@@ -84,7 +84,7 @@ TEST(EveryLength, EncryptWritesNoFurtherThanItReports) {
     const Bytes text = text_of(length);
     Bytes out(padded + 9, kUntouched);
     EXPECT_EQ(cipher().encryptString(text.data(), length, out.data(), padded + 9), static_cast<int>(padded));
-    EXPECT_EQ(Bytes(out.begin() + padded, out.end()), Bytes(9, kUntouched));
+    EXPECT_EQ(Bytes(out.data() + padded, out.data() + out.size()), Bytes(9, kUntouched));
   }
 }
 
@@ -118,7 +118,7 @@ TEST(EveryLength, DecryptGivesBackWhatEncryptTook) {
     const int written =
         cipher().decryptString(enciphered.data(), padded, out.data(), static_cast<unsigned>(out.size()));
     EXPECT_EQ(written, static_cast<int>(padded) + 8);
-    EXPECT_EQ(Bytes(out.begin(), out.begin() + padded), zero_padded(text, padded));
+    EXPECT_EQ(Bytes(out.data(), out.data() + padded), zero_padded(text, padded));
   }
 }
 

@@ -80,7 +80,7 @@ TEST_P(BadLength, IsNotDigested) {
 TEST_P(BadLength, IsNotVerifiable) {
   PacketImage image = patterned(GetParam());
   if (GetParam() < 100) {  // even with the digest that would be right
-    Bytes bytes(image.bytes().begin(), image.bytes().begin() + GetParam());
+    Bytes bytes(image.bytes().data(), image.bytes().data() + GetParam());
     for (std::size_t i = 12; i < std::min<std::size_t>(28, bytes.size()); ++i)
       bytes[i] = kKey[i - 12];
     const Bytes digest = tavtest::md5(bytes);

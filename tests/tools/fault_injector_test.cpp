@@ -120,7 +120,7 @@ TEST(FaultInjector, TruncateLeavesHalfOrAsManyBytesAsWanted) {
   for (const std::uint32_t size : {0U, 1U, 99U, 100U}) {
     settings.truncate_to = size;
     EXPECT_EQ(deliver({Fault::truncate}, settings).final.at(0).datagram,
-              Bytes(whole.begin(), whole.begin() + size));
+              Bytes(whole.data(), whole.data() + size));
   }
   settings.truncate_to = 5000;
   EXPECT_EQ(deliver({Fault::truncate}, settings).final.at(0).datagram, whole);

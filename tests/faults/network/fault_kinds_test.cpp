@@ -9,7 +9,7 @@
 namespace tavtest {
 namespace {
 
-constexpr unsigned lookups = 120;  // of each kind
+constexpr int lookups = 120;  // of each kind
 
 using std::chrono::milliseconds;
 

@@ -109,7 +109,7 @@ long agreed_number(TestKey& key) {
   const std::string digits = std::to_string(number);
   const std::string zero(1, '\0');
   const bool agree =
-      find_value(key, "text") == Value{REG_SZ, long_text(number) + zero} &&
+      find_value(key, "text") == Value{REG_SZ, long_text(static_cast<long>(number)) + zero} &&
       find_value(key, "list") == Value{REG_MULTI_SZ, digits + zero + digits + zero + zero + zero} &&
       find_value(key, "bytes") == Value{REG_BINARY, digits};
   return agree ? static_cast<long>(number) : -1;
