@@ -39,6 +39,20 @@ unsigned long user_address(const char* dotted) {
   return htole32(inet_addr(dotted));
 }
 
+bool finds_two_entries(unsigned long server) {
+  wchar_t user[] = L"nobody asks for this";
+  _TAVENTRYW filter{};
+  filter.user = user;
+  filter.word7 = 2;
+  filter.word13 = 99;
+  TAVQueryEnum* query = nullptr;
+  if (TAVQueryStartW(&filter, 0xabc00020, 0x22222222, server, 0x33333333, &query) != 1) return false;
+  _TAVENTRYW entry{};
+  const bool found = TAVQueryNextW(query, &entry) == 1 && TAVQueryNextW(query, &entry) == 1;
+  TAVQueryClose(query);
+  return found;
+}
+
 bool is_readable(int socket) {
   return is_readable_within(socket, 5000);
 }

@@ -25,6 +25,10 @@ unsigned long address_of(const char* dotted);
 /// little-endian one.
 unsigned long user_address(const char* dotted);
 
+/// Whether a server has two entries whose word7 is 2. The query sets what a query can: all arguments, a wide
+/// text that does not count, and word13, which does not travel.
+bool finds_two_entries(unsigned long server);
+
 /// Whether the socket becomes readable within five seconds.
 bool is_readable(int socket);
 

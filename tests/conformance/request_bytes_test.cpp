@@ -118,17 +118,7 @@ TEST_F(RequestBytes, CharactersTravelAsSixteenBits) {
 
 // The first step carries the filter, with word13 cleared, and each further one the entry before.
 TEST_F(RequestBytes, EntryQueries) {
-  wchar_t user[] = L"nobody asks for this";
-  _TAVENTRYW filter{};
-  filter.user = user;
-  filter.word7 = 2;
-  filter.word13 = 99;
-  TAVQueryEnum* query = nullptr;
-  ASSERT_EQ(TAVQueryStartW(&filter, 0xabc00020, 0x22222222, server_.number(), 0x33333333, &query), 1);
-  _TAVENTRYW entry{};
-  ASSERT_EQ(TAVQueryNextW(query, &entry), 1);
-  ASSERT_EQ(TAVQueryNextW(query, &entry), 1);
-  TAVQueryClose(query);
+  ASSERT_TRUE(finds_two_entries(server_.number()));
 
   WireEntry cursor;
   cursor.user = u"nobody asks for this";

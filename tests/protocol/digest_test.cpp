@@ -15,21 +15,13 @@ namespace {
 
 using Digest = std::array<unsigned char, 16>;
 using tavtest::Bytes;
+using tavtest::hex;
 
 Bytes patterned_bytes(std::size_t count) {
   Bytes bytes(count);
   for (std::size_t i = 0; i < count; ++i)
     bytes[i] = static_cast<unsigned char>(i * 167 + (i >> 8) * 13 + 5);
   return bytes;
-}
-
-std::string to_hex(const Digest& digest) {
-  std::string text;
-  for (unsigned char byte : digest) {
-    text += "0123456789abcdef"[byte >> 4];
-    text += "0123456789abcdef"[byte & 15];
-  }
-  return text;
 }
 
 struct Rfc1321Vector {
@@ -42,7 +34,7 @@ class Rfc1321 : public ::testing::TestWithParam<Rfc1321Vector> {};
 TEST_P(Rfc1321, Digest) {
   Digest digest{};
   EXPECT_EQ(MakeDigest(digest.data(), GetParam().input, static_cast<unsigned>(strlen(GetParam().input))), 1);
-  EXPECT_EQ(to_hex(digest), GetParam().digest);
+  EXPECT_EQ(hex(digest), GetParam().digest);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -74,7 +66,7 @@ TEST(MakeDigest, AgreesWithLibcryptoAtEveryLength) {
 TEST(MakeDigest, EmptyInputNeedsNoBytes) {
   Digest digest{};
   EXPECT_EQ(MakeDigest(digest.data(), nullptr, 0), 1);
-  EXPECT_EQ(to_hex(digest), "d41d8cd98f00b204e9800998ecf8427e");
+  EXPECT_EQ(hex(digest), "d41d8cd98f00b204e9800998ecf8427e");
 }
 
 TEST(Md5Update, PiecesOfAnySizeGiveTheDigestOfTheWhole) {
@@ -160,7 +152,7 @@ TEST(HexToDigest, ReadsBackEveryByteValue) {
     Digest digest;
     for (unsigned i = 0; i < 16; ++i)
       digest[i] = static_cast<unsigned char>(first + i);
-    EXPECT_EQ(parse(to_hex(digest)), digest);
+    EXPECT_EQ(parse(hex(digest)), digest);
   }
 }
 
