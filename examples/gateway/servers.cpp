@@ -80,7 +80,7 @@ bool add_entry(const Place& place) {
   std::string user = place.user.name;
   std::string group = place.user.group;
   _TAVENTRYA entry{};
-  entry.address = static_cast<uint32_t>(number_of(place.address));
+  entry.address = number_of(place.address);
   entry.user = user.data();
   entry.string3 = group.data();
   return TAVAddEntryA(&entry) == taken_by_all;

@@ -38,7 +38,7 @@ Place read_place(const std::string& text) {
 
 }  // namespace
 
-unsigned long number_of(const std::string& address) {
+std::uint32_t number_of(const std::string& address) {
   return htole32(inet_addr(address.c_str()));
 }
 

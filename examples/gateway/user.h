@@ -1,6 +1,7 @@
 #ifndef GATEWAY_USER_H
 #define GATEWAY_USER_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,7 @@ struct Place {
 };
 
 /// The number by which entries carry a dotted quad: inet_addr's on a little-endian machine, on every host.
-unsigned long number_of(const std::string& address);
+std::uint32_t number_of(const std::string& address);
 
 /// Reads lines of "address, user, group"; '-' is an empty text, blanks around the commas do not count, and
 /// lines that begin with '#' are comments. Throws std::runtime_error that names the file and the line.
