@@ -35,10 +35,10 @@ if(TAVLIB_CLANG)
   set(CMAKE_C_COMPILER_TARGET ${compiler})
   set(CMAKE_CXX_COMPILER_TARGET ${compiler})
   if(TAVLIB_TARGET STREQUAL powerpc)
-    # In position-independent code for this host, clang++ 14 loses the return address of a function that does nothing but
-    # set another library's thread-local variables, as what std::call_once in the tests calls. The library has none.
-    # Its calls of other libraries pass through memory that is both written and run unless it is told otherwise; g++ needs
-    # not be told. The emulator keeps translating such memory and grows, which the soak takes for the library's leak.
+    # In position-independent code for this host, clang++ 14 loses the return address of a function that does nothing
+    # but set another library's thread-local variables, as what std::call_once in the tests calls. The library has none.
+    # Its calls of other libraries pass through memory that is both written and run unless it is told otherwise; g++
+    # needs no telling. The emulator keeps translating such memory and grows, which the soak takes for a leak.
     set(CMAKE_C_FLAGS_INIT "-fno-pie -msecure-plt")
     set(CMAKE_CXX_FLAGS_INIT ${CMAKE_C_FLAGS_INIT})
     set(CMAKE_EXE_LINKER_FLAGS_INIT -no-pie)

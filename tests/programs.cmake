@@ -3,8 +3,8 @@
 #   tavlib_program(VARIABLE TARGET [STARTER])
 #
 # sets VARIABLE to the path with which a test starts the program that TARGET makes: its own, or that of a script that
-# has STARTER run it under CMAKE_CROSSCOMPILING_EMULATOR; it is to be called once for each target. BUILT_TAVSIM is set so for tavsim,
-# TAVSIM_PROGRAM to the server that the tests talk to.
+# has STARTER run it under CMAKE_CROSSCOMPILING_EMULATOR; it is to be called once for each target. BUILT_TAVSIM is set so
+# for tavsim, TAVSIM_PROGRAM to the server that the tests talk to.
 
 set(TAVLIB_TAVSIM "" CACHE FILEPATH "The tavsim that the tests talk to; the one that is built when empty")
 

@@ -84,7 +84,8 @@ REQUESTS = (
     # The server's second entry, of which the enumeration goes on.
     lambda: entry_query(
         0xABC00020, 0x22222222, 0x33333333, tag=7, user="BRAM OSEI", string2="BOSEI", string3="FINANCE",
-        block=b"\x00\x01\xff", address=0x0C00010A, word7=2, flag8=1, word9=9, word10=10, word11=11, word13=2, word14=14),
+        block=b"\x00\x01\xff", address=0x0C00010A, word7=2, flag8=1, word9=9, word10=10, word11=11, word13=2,
+        word14=14),
     lambda: entry_query(0x10010, 0, 0, address=0x0B00010A),
     lambda: listen(0x1234),
     stop_listening,
