@@ -21,7 +21,7 @@ this machine or under an emulator, against this machine's own tavsim. Ends with 
   TARGET           x86_64 ${cross_targets[*]}; all when none is given
   --compiler NAME  only g++ or clang++
   --config NAME    only Debug or Release, which is -O2 -flto with the checks of glibc and libstdc++; there, too, the
-                   tests' own code is not optimised
+                   tests' own code is not optimised, and clang++ makes powerpc's machine code without optimisation
   --jobs N         compilers and tests that run at a time, 1 to 99; $jobs when not given
   -h, --help       print this and exit
 
@@ -92,12 +92,12 @@ install_packages "for the matrix" "${packages_build[@]}" "${packages_gcc[@]}" "$
 # link_flags_of TARGET COMPILER: what it takes to optimise while linking, where clang++ 14 has its troubles.
 link_flags_of() {
   case $1-$2 in
-    # Over its code for this host, the usual linker fails ("nonrepresentable section on output") or crashes. The other
-    # one wants what libcrypto calls wrapped, too, when the tests wrap it, unless it does not look there.
+    # Over its code for this host, the usual linker fails ("nonrepresentable section on output") or crashes. gold looks
+    # for the tests' wraps of system calls behind those that libcrypto makes, too, unless told to let these be.
     armhf-clang++) echo -fuse-ld=gold -Wl,--allow-shlib-undefined ;;
-    # It does not tell the unwinder where a function has saved the fields of the condition register that outlive calls:
-    # who called a function that catches an exception finds other conditions than before. Machine code that is made
-    # without optimisation, from code that was optimised before, has none in these fields.
+    # It does not tell the unwinder where a function has saved the fields of the condition register that outlive calls,
+    # so that catching an exception changes the conditions of callers. Machine code that is made without optimisation,
+    # though of code that was optimised before, keeps none in these fields.
     powerpc-clang++) echo -Wl,-plugin-opt=O0 ;;
   esac
 }
