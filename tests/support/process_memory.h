@@ -14,7 +14,8 @@ inline bool sanitized() {
   return __sanitizer_get_current_allocated_bytes != nullptr;
 }
 
-/// The bytes that the process has from malloc.
+/// The bytes that the process has from malloc. With several threads, those that each has freed and keeps for
+/// itself count, too, unless the test program is declared with COUNTS_MEMORY.
 inline long allocated() {
   return static_cast<long>(sanitized() ? __sanitizer_get_current_allocated_bytes() : mallinfo2().uordblks);
 }
