@@ -6,8 +6,8 @@
 
 #include "api/attached_request.h"
 #include "api/process_state.h"
-#include "api/sso_lookups.h"
 #include "platform/wait_readable.h"
+#include "protocol/shared_socket.h"
 
 namespace {
 
@@ -15,20 +15,18 @@ constexpr timeval kWait{300, 0};
 constexpr timeval kPoll{0, 0};
 
 bool is_hosts_own(const ServerInterface::ASyncRequest* request) {
-  return tavlib::handle_of(request) != nullptr && !tavlib::is_layers_lookup(request);
+  const tavlib::LookupInFlight* lookup = tavlib::lookup_of(request);
+  return tavlib::handle_of(request) != nullptr && (lookup == nullptr || !lookup->of_layer);
 }
 
-// The next settled request that is the host's to be told of. A look-up of the single-sign-on layer that the
-// datagram settles is kept for the layer's own callback.
+// The next completed request that is a host's. A look-up of the single-sign-on layer that the datagram
+// completes is kept for the layer's own callback.
 ServerInterface::ASyncRequest* next_completed(TAVServerInterface& server) {
   if (ServerInterface::ASyncRequest* kept = server.TakeSettled(is_hosts_own)) return kept;
-  ServerInterface::ASyncRequest* request = server.CompleteRequest();
-  if (request == nullptr || is_hosts_own(request)) return request;
-  if (request->status != TAV_E_PENDING && request->handle != nullptr) server.KeepSettled(request);
-  return nullptr;
+  return tavlib::complete_if(server, is_hosts_own);
 }
 
-// A handle whose outcome was told or that was given up, or that never had a request.
+// A handle whose result was returned or whose request was abandoned, or that never had one.
 int refuse_empty() {
   return tavlib::refuse(g_ServerList == nullptr ? TAV_E_NOTINITIALISED : TAV_E_CANCELLED);
 }

@@ -16,11 +16,7 @@ ServerInterface::ASyncRequest* attach_request(TAVASYNC& async) {
 void release_request(TAVASYNC& async) {
   ServerInterface::ASyncRequest* request = async.Request;
   async.Request = nullptr;
-  if (ServerInterface* owner = living_owner(*request)) {
-    owner->Forget(request);
-  } else {
-    TAVServerInterface::EndRequest(request);
-  }
+  if (ServerInterface* owner = living_owner(*request)) owner->Forget(request);
   delete static_cast<AttachedRequest*>(request);
 }
 
@@ -45,6 +41,12 @@ ServerInterface* living_owner(const ServerInterface::ASyncRequest& request) {
 TAVASYNC* handle_of(const ServerInterface::ASyncRequest* request) {
   auto* async = static_cast<TAVASYNC*>(request->handle);
   return async != nullptr && async->Request == request ? async : nullptr;
+}
+
+const LookupInFlight* lookup_of(const ServerInterface::ASyncRequest* request) {
+  if (handle_of(request) == nullptr) return nullptr;
+  const LookupInFlight& lookup = static_cast<const AttachedRequest*>(request)->lookup;
+  return lookup.context() == nullptr ? nullptr : &lookup;
 }
 
 }  // namespace tavlib

@@ -3,13 +3,16 @@
 
 #include <tavlib/api/async.h>
 
-/// The request that a caller's asynchronous handle stands for: it lives from attach_request to
-/// release_request.
+#include "api/lookup_in_flight.h"
+
 namespace tavlib {
 
-/// A request and the server list through which it is sent.
+/// The request that a caller's asynchronous handle stands for. It lives from attach_request to
+/// release_request. Every request with a handle that the library's servers have in their tables is one of
+/// these.
 struct AttachedRequest : ServerInterface::ASyncRequest {
-  unsigned listSerial{0};
+  unsigned listSerial{0};   ///< Of the server list through which it is sent.
+  LookupInFlight lookup{};  ///< Listed when the request is a look-up's.
 };
 
 /// Gives the handle a new request, its packet cleared. Throws std::bad_alloc, the handle then being empty.
@@ -22,7 +25,7 @@ void release_request(TAVASYNC& async);
 /// request stays attached in the first case and while it is pending, and is released otherwise.
 int started(TAVASYNC& async, unsigned status);
 
-/// Releases a settled request and gives the result that its status stands for.
+/// Releases a completed request and returns the result that its status stands for.
 int conclude(TAVASYNC& async);
 
 /// The server that sent the request; null when the library was exited since.
@@ -30,6 +33,9 @@ ServerInterface* living_owner(const ServerInterface::ASyncRequest& request);
 
 /// The handle to which the request is attached; null for a request that is none of ours.
 TAVASYNC* handle_of(const ServerInterface::ASyncRequest* request);
+
+/// The look-up that awaits the request's answer; null for any other request.
+const LookupInFlight* lookup_of(const ServerInterface::ASyncRequest* request);
 
 }  // namespace tavlib
 

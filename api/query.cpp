@@ -11,6 +11,16 @@
 
 namespace {
 
+// The handle of a synchronous call. Its request leaves every table on every way out: a thread may be
+// cancelled while it waits.
+struct LocalHandle : TAVASYNC {
+  LocalHandle() : TAVASYNC{} {}
+  ~LocalHandle() { TAVASyncAbandon(this); }
+
+  LocalHandle(const LocalHandle&) = delete;
+  LocalHandle& operator=(const LocalHandle&) = delete;
+};
+
 // The synchronous form of a request that was just started on `async`, with the result of the starting
 // function.
 int wait_for(TAVASYNC& async, int result) {
@@ -20,6 +30,7 @@ int wait_for(TAVASYNC& async, int result) {
 
 template <typename Record>
 int next_entry(TAVQueryEnum* query, Record& entry, TAVASYNC& async) {
+  async.Request = nullptr;  // so that abandoning it is safe on every way out
   if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
   if (query == nullptr) return tavlib::refuse(TAV_E_CANCELLED);
   if (query->UsesList(g_ServerList) == 0) return tavlib::refuse(TAV_E_NOTINITIALISED);
@@ -49,13 +60,14 @@ int add_entry(const Record& entry) {
 }  // namespace
 
 int TAVQueryVersionAs(unsigned long server, unsigned* version, TAVASYNC* async) {
+  async->Request = nullptr;  // so that abandoning it is safe on every way out
   if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
   ServerInterface::ASyncRequest* request = tavlib::attach_request(*async);
   return tavlib::started(*async, g_ServerList->QueryVersion(server, *version, request));
 }
 
 int TAVQueryVersion(unsigned long server, unsigned* version) {
-  TAVASYNC async{};
+  LocalHandle async;
   return wait_for(async, TAVQueryVersionAs(server, version, &async));
 }
 
@@ -96,12 +108,12 @@ int TAVQueryNextAsA(TAVQueryEnum* query, _TAVENTRYA* entry, TAVASYNC* async) {
 }
 
 int TAVQueryNextW(TAVQueryEnum* query, _TAVENTRYW* entry) {
-  TAVASYNC async{};
+  LocalHandle async;
   return wait_for(async, TAVQueryNextAsW(query, entry, &async));
 }
 
 int TAVQueryNextA(TAVQueryEnum* query, _TAVENTRYA* entry) {
-  TAVASYNC async{};
+  LocalHandle async;
   return wait_for(async, TAVQueryNextAsA(query, entry, &async));
 }
 

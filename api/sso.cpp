@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "api/event_loop.h"
 #include "api/process_state.h"
@@ -88,13 +89,13 @@ const char* SSO_Init() {
   return "Norvel TAV/TIZ";
 }
 
+// Down before the host is called, whose function may exit the layer once more.
 void SSO_Exit() {
-  if (g_SsoReady != 0) {
-    if (T_event_del_socket != nullptr) T_event_del_socket(TAVGetSocket(g_SsoServer));
-    tavlib::drop_lookups();
-    TAVExit();
-  }
+  if (g_SsoReady == 0) return;
   g_SsoReady = 0;
+  if (T_event_del_socket != nullptr) T_event_del_socket(TAVGetSocket(g_SsoServer));
+  tavlib::drop_lookups();
+  TAVExit();
 }
 
 unsigned SSO_GetLastError() {
@@ -120,8 +121,7 @@ void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLeng
     lookup =
         std::make_unique<SSO_TAVContext>(address, user, userLength, second, secondLength, callback, cookie);
     lookup->Go();
-    lookup->GiveToLayer();
-    static_cast<void>(lookup.release());  // the socket's callback finishes and deletes it
+    tavlib::give_to_layer(std::move(lookup));
     return;
   } catch (const tavexception& exception) {
     failure = exception.code;
@@ -129,7 +129,7 @@ void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLeng
     failure = TAV_E_NOMEMORY;
   }
   TAVSetLastError(failure);
-  callback(0, cookie);
+  if (callback != nullptr) callback(0, cookie);
 }
 
 unsigned SSO_ExpireLookups(unsigned milliseconds) {

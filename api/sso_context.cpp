@@ -1,7 +1,6 @@
 #include <tavlib/api/last_error.h>
 #include <tavlib/api/query.h>
 #include <tavlib/api/sso.h>
-#include <tavlib/servers/tav_server_interface.h>
 
 #include "api/attached_request.h"
 #include "api/process_state.h"
@@ -54,14 +53,14 @@ void SSO_TAVContext::Go() {
     closeQuery();
     throw tavexception(TAVGetLastError());
   }
-  started = std::chrono::steady_clock::now();
-  TAVServerInterface::MarkLookup(handle.Request);
+  auto& request = static_cast<tavlib::AttachedRequest&>(*handle.Request);
+  request.lookup.enter(*this, request);
 }
 
 int SSO_TAVContext::Finish(int result, unsigned error) {
   if (result == 0 && error != TAV_E_NOMORE) {
     if (error == TAV_E_PENDING) return 0;
-    callback(0, cookie);
+    if (callback != nullptr) callback(0, cookie);
     return 1;
   }
   answered = 1;
@@ -71,22 +70,8 @@ int SSO_TAVContext::Finish(int result, unsigned error) {
   } else {
     tavlib::copy_answer(entry, user, userLength, second, secondLength);
   }
-  callback(1, cookie);
+  if (callback != nullptr) callback(1, cookie);
   return 1;
-}
-
-SSO_TAVContext* SSO_TAVContext::Of(const ServerInterface::ASyncRequest* request) {
-  if (!TAVServerInterface::IsLookup(request)) return nullptr;
-  const TAVASYNC* async = tavlib::handle_of(request);
-  return async == nullptr ? nullptr : static_cast<SSO_TAVContext*>(async->Context);
-}
-
-void SSO_TAVContext::GiveToLayer() {
-  layers = true;
-}
-
-bool SSO_TAVContext::BelongsToLayer() const {
-  return layers;
 }
 
 void SSO_TAVContext::closeQuery() {

@@ -1,103 +1,159 @@
 #include "api/sso_lookups.h"
 
 #include <tavlib/api/last_error.h>
-#include <tavlib/api/sso.h>
 
 #include <cstdint>
-#include <memory>
 
 #include "api/attached_request.h"
 #include "api/process_state.h"
 #include "api/sso_state.h"
+#include "protocol/shared_socket.h"
 
 namespace tavlib {
 
 namespace {
 
-bool is_lookup(const ServerInterface::ASyncRequest* request) {
-  return SSO_TAVContext::Of(request) != nullptr;
+using Request = ServerInterface::ASyncRequest;
+using TimePoint = std::chrono::steady_clock::time_point;
+
+bool is_lookup(const Request* request) {
+  return lookup_of(request) != nullptr;
 }
 
-// The look-up that the next datagram concerns. Other requests that it settles are kept for their owners. Null
-// when there is none.
-ServerInterface::ASyncRequest* read_lookup(TAVServerInterface& server) {
-  ServerInterface::ASyncRequest* request = server.CompleteRequest();
-  if (request == nullptr || request->status == TAV_E_PENDING || is_lookup(request)) return request;
-  if (request->handle != nullptr) server.KeepSettled(request);
-  return nullptr;
-}
+bool finishing = false;
+
+// One of the calls in which hosts' callbacks run. Only the outermost goes on to further look-ups.
+class Finishing {
+ public:
+  Finishing() { finishing = true; }
+  ~Finishing() { finishing = !outermost_; }
+
+  Finishing(const Finishing&) = delete;
+  Finishing& operator=(const Finishing&) = delete;
+
+  bool outermost() const { return outermost_; }
+
+ private:
+  bool outermost_{!finishing};
+};
 
 // Ends a look-up: its request leaves every table before the host is called.
-void finish(ServerInterface::ASyncRequest* request) {
-  const std::unique_ptr<SSO_TAVContext> lookup(SSO_TAVContext::Of(request));
-  const int result = conclude(*handle_of(request));
+void finish(const LookupInFlight& ended) {
+  const std::unique_ptr<SSO_TAVContext> lookup(ended.context());
+  TAVASYNC& async = *handle_of(&ended.request());
+  if (ended.given_up) ended.request().status = TAV_E_ABANDONED;
+  const int result = conclude(async);
   lookup->Finish(result, TAVGetLastError());
 }
 
-void expire(ServerInterface::ASyncRequest* request) {
-  const std::unique_ptr<SSO_TAVContext> lookup(SSO_TAVContext::Of(request));
-  release_request(*handle_of(request));
-  lookup->Finish(refuse(TAV_E_ABANDONED), TAV_E_ABANDONED);
+const LookupInFlight* oldest_given_up() {
+  const LookupInFlight* lookup = LookupInFlight::oldest();
+  while (lookup != nullptr && !lookup->given_up)
+    lookup = lookup->next();
+  return lookup;
 }
 
-}  // namespace
-
-bool is_layers_lookup(const ServerInterface::ASyncRequest* request) {
-  const SSO_TAVContext* lookup = SSO_TAVContext::Of(request);
-  return lookup != nullptr && lookup->BelongsToLayer();
+// A look-up that has ended and whose callback is still to come. A callback may exit the library, so the
+// server is looked for each time.
+const LookupInFlight* next_ended(unsigned long address) {
+  TAVServerInterface* server = g_ServerList == nullptr ? nullptr : g_ServerList->FindByServer(address);
+  const Request* settled = server == nullptr ? nullptr : server->TakeSettled(is_lookup);
+  return settled == nullptr ? oldest_given_up() : lookup_of(settled);
 }
 
-// A callback may exit the library, so the server is looked for each time.
-void finish_settled_lookups(unsigned long address) {
-  const auto next = [address]() -> ServerInterface::ASyncRequest* {
-    TAVServerInterface* server = g_ServerList == nullptr ? nullptr : g_ServerList->FindByServer(address);
-    return server == nullptr ? nullptr : server->TakeSettled(is_lookup);
-  };
-  while (ServerInterface::ASyncRequest* request = next())
-    finish(request);
+void finish_ended(unsigned long address) {
+  while (const LookupInFlight* ended = next_ended(address))
+    finish(*ended);
 }
 
-void drop_lookups() {
-  if (g_ServerList == nullptr) return;  // a host that exited too often: nothing is in flight any more
-  while (const ServerInterface::ASyncRequest* request = g_ServerList->FindRequest(is_layers_lookup)) {
-    delete SSO_TAVContext::Of(request);
+// The oldest look-up that is due to end and that the library still has. One of a library that was exited
+// since is its host's to delete.
+template <typename Due>
+LookupInFlight* oldest_due(TimePoint started_before, Due due) {
+  LookupInFlight* lookup = LookupInFlight::oldest();
+  while (lookup != nullptr && lookup->started() < started_before) {
+    const Request& request = lookup->request();
+    const bool ours = living_owner(request) != nullptr && handle_of(&request) != nullptr;
+    if (ours && !lookup->given_up && due(request)) return lookup;
+    lookup = lookup->next();
   }
+  return nullptr;
 }
 
-// A callback may exit the library, so the list is looked for each time. It may also read the answer to a
-// look-up that is due, which is then no longer one to be given up.
-unsigned expire_lookups(std::chrono::steady_clock::time_point started_before) {
-  const auto next = [started_before]() -> ServerInterface::ASyncRequest* {
-    finish_settled_lookups(g_SsoServer);
-    if (g_ServerList == nullptr) return nullptr;
-    return g_ServerList->FindRequest([started_before](const ServerInterface::ASyncRequest* request) {
-      const SSO_TAVContext* lookup = SSO_TAVContext::Of(request);
-      return lookup != nullptr && lookup->IsOlderThan(started_before);
-    });
-  };
+bool is_pending(const Request& request) {
+  return request.status == TAV_E_PENDING;
+}
+
+void give_up(LookupInFlight& due) {
+  living_owner(due.request())->Forget(&due.request());
+  due.given_up = true;
+}
+
+unsigned give_up_all(TimePoint started_before) {
   unsigned count = 0;
-  while (ServerInterface::ASyncRequest* request = next()) {
-    if (request->status == TAV_E_PENDING) {
-      expire(request);
-      ++count;
-    } else {
-      finish(request);  // on the server of a gateway before
-    }
+  while (LookupInFlight* due = oldest_due(started_before, is_pending)) {
+    give_up(*due);
+    ++count;
   }
   return count;
 }
 
+// One at a time: a callback may read the answer to a look-up that is due, which is then no longer one to be
+// given up.
+unsigned give_up_and_finish(TimePoint started_before) {
+  unsigned count = 0;
+  for (;;) {
+    finish_ended(g_SsoServer);
+    LookupInFlight* due = oldest_due(started_before, [](const Request&) { return true; });
+    if (due == nullptr) return count;
+    if (is_pending(due->request())) {  // else it was answered on the server of a gateway before
+      give_up(*due);
+      ++count;
+    }
+    finish(*due);
+  }
+}
+
+}  // namespace
+
+void give_to_layer(std::unique_ptr<SSO_TAVContext> sent) {
+  LookupInFlight* youngest = LookupInFlight::youngest();
+  if (youngest != nullptr && youngest->context() == sent.get()) youngest->of_layer = true;
+  static_cast<void>(sent.release());
+}
+
+void finish_settled_lookups(unsigned long address) {
+  const Finishing call;
+  if (call.outermost()) finish_ended(address);
+}
+
+unsigned expire_lookups(TimePoint started_before) {
+  const Finishing call;
+  return call.outermost() ? give_up_and_finish(started_before) : give_up_all(started_before);
+}
+
+void drop_lookups() {
+  LookupInFlight* lookup = LookupInFlight::oldest();
+  while (lookup != nullptr) {
+    LookupInFlight* next = lookup->next();
+    if (lookup->of_layer) delete lookup->context();
+    lookup = next;
+  }
+}
+
 int SSO_SocketReady(int first, void* argument) {
   const auto address = static_cast<unsigned long>(reinterpret_cast<std::uintptr_t>(argument));
-  finish_settled_lookups(address);
+  const Finishing call;
+  if (call.outermost()) finish_ended(address);
   TAVServerInterface* server = find_server(address);
   if (server == nullptr) return first;
-  ServerInterface::ASyncRequest* request = read_lookup(*server);
+  const Request* request = complete_if(*server, is_lookup);
   if (request == nullptr || request->status == TAV_E_PENDING) {
     TAVSetLastError(TAV_E_PENDING);
-  } else {
-    finish(request);
+    return first;
   }
+  finish(*lookup_of(request));
+  if (call.outermost()) finish_ended(address);
   return first;
 }
 

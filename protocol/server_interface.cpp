@@ -1,3 +1,4 @@
+#include <tavlib/platform/error_state.h>
 #include <tavlib/protocol/server_interface.h>
 
 #include <arpa/inet.h>
@@ -14,13 +15,23 @@ constexpr std::size_t kKeySize = 16;
 // Only the first five bytes key the cipher; the digest uses all sixteen.
 constexpr int kCipherKeySize = 5;
 
+// Room for the replies to some thousand look-ups sent at once. The system may grant less, or nothing.
+void ask_for_receive_buffer(int socket) {
+  constexpr int kReceiveBufferSize = 1 << 20;
+  const unsigned osError = AErrors::GetOsError();
+  setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &kReceiveBufferSize, sizeof kReceiveBufferSize);
+  AErrors::SetOsError(osError);
+}
+
 }  // namespace
 
 ServerInterface::ServerInterface(unsigned long serverAddress, unsigned short serverPort, const char* secret)
     : address(serverAddress),
       port(htons(serverPort)),
       socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+  enterLive();
   if (socket == -1) return;
+  ask_for_receive_buffer(socket);
   if (secret != nullptr) std::memcpy(keyBuffer.data(), secret, strnlen(secret, kKeySize));
   cipher.reset(new (std::nothrow) CBlowfish(keyBuffer.data(), kCipherKeySize));
   if (cipher == nullptr) {
@@ -30,6 +41,7 @@ ServerInterface::ServerInterface(unsigned long serverAddress, unsigned short ser
 }
 
 ServerInterface::~ServerInterface() {
+  leaveLive();
   if (socket != -1) close(socket);
 }
 
@@ -38,8 +50,7 @@ int ServerInterface::IsValid() {
 }
 
 unsigned ServerInterface::AbandonRequest(ASyncRequest* request) {
-  const auto found = requests.find(request->registeredId);
-  if (found != requests.end() && found->second == request) {
+  if (IsRegistered(request->registeredId, request)) {
     request->status = TAV_E_CANCELLED;
     Forget(request);
   }
@@ -72,13 +83,12 @@ void ServerInterface::KeepSettled(ASyncRequest* request) {
 }
 
 void ServerInterface::Forget(ASyncRequest* request) {
-  remove(request);
-  if (ended != nullptr) ended(request);
+  if (IsRegistered(request->registeredId, request)) requests.erase(request->registeredId);
+  std::erase(settled, request);
 }
 
 // The id may have come round to another request by now, so the pointers decide.
-void ServerInterface::remove(ASyncRequest* request) {
-  const auto found = requests.find(request->registeredId);
-  if (found != requests.end() && found->second == request) requests.erase(found);
-  std::erase(settled, request);
+bool ServerInterface::IsRegistered(unsigned id, const ASyncRequest* request) const {
+  const auto found = requests.find(id);
+  return found != requests.end() && found->second == request;
 }

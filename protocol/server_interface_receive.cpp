@@ -6,6 +6,7 @@
 
 #include "platform/byte_order.h"
 #include "protocol/packet_view.h"
+#include "protocol/shared_socket.h"
 
 namespace {
 
@@ -54,14 +55,11 @@ void ServerInterface::settle(ASyncRequest* request, _TAVPACKET& reply) {
   std::memcpy(&request->packet, &reply, tavlib::length_of(reply));
   if (VerifyMd5Sum(&reply, keyBuffer.data()) == 0) {
     request->status = TAV_E_BADPACKET;
-    if (ended != nullptr) ended(request);
     return;
   }
   request->status = request->completion == nullptr ? 0 : request->completion(this, request);
 }
 
 void ServerInterface::CompleteFor(const ASyncRequest* waiting) {
-  ASyncRequest* completed = CompleteRequest();
-  if (completed == nullptr || completed == waiting || completed->handle == nullptr) return;
-  if (completed->status != TAV_E_PENDING) KeepSettled(completed);
+  tavlib::complete_if(*this, [waiting](const ASyncRequest* request) { return request == waiting; });
 }

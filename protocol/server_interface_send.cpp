@@ -14,11 +14,36 @@ namespace {
 
 constexpr unsigned kLengthPrefix = 4;
 
+using Requests = std::map<unsigned, ServerInterface::ASyncRequest*>;
+
+// A request's place in the table, given up on every way out but that of a request that was sent: sendto may
+// fail, and a thread may be cancelled in it.
+class Registration {
+ public:
+  Registration(Requests& requests, unsigned id) : requests_(requests), id_(id) {}
+  ~Registration() {
+    if (kept_) return;
+    const unsigned osError = AErrors::GetOsError();
+    requests_.erase(id_);
+    AErrors::SetOsError(osError);
+  }
+
+  Registration(const Registration&) = delete;
+  Registration& operator=(const Registration&) = delete;
+
+  void keep() { kept_ = true; }
+
+ private:
+  Requests& requests_;
+  unsigned id_;
+  bool kept_{false};
+};
+
 }  // namespace
 
 unsigned ServerInterface::StartRequest(ASyncRequest* request) {
+  EndExchange(request);
   if (IsValid() == 0) return TAV_E_SENDFAILED;
-  remove(request);  // a request that is sent again must not stay under its old id
   request->status = TAV_E_PENDING;
   request->registeredId = 0;
   if (tavlib::length_of(request->packet) > tavlib::kPacketSize) return TAV_E_TOOBIG;
@@ -28,15 +53,12 @@ unsigned ServerInterface::StartRequest(ASyncRequest* request) {
   MakeMd5Sum(&request->packet, keyBuffer.data());
   if (!registerRequest(id, request)) return TAV_E_NOMEMORY;
 
+  Registration registration(requests, id);
   const unsigned status = sendSealed(request->packet);
-  if (status == TAV_E_PENDING) {
-    request->owner = this;
-    request->registeredId = id;
-  } else {
-    const unsigned osError = AErrors::GetOsError();
-    requests.erase(id);
-    AErrors::SetOsError(osError);
-  }
+  if (status != TAV_E_PENDING) return status;
+  registration.keep();
+  request->owner = this;
+  request->registeredId = id;
   return status;
 }
 

@@ -18,9 +18,8 @@ TAVQueryEnum::TAVQueryEnum(unsigned long serverAddress, const _TAVENTRYW& filter
   cursor.word13 = 0;
 }
 
-// A reply that is still to come must find nothing to write to.
 TAVQueryEnum::~TAVQueryEnum() {
-  if (request != nullptr) request->context = nullptr;
+  endStep();
   DeMarshalFreeStrings(cursor);
   DeMarshalFreeStrings(narrow);
 }
@@ -34,24 +33,61 @@ unsigned TAVQueryEnum::QueryNext(_TAVENTRYA& out, ServerInterface::ASyncRequest*
 }
 
 unsigned TAVQueryEnum::startStep(void* out, int isWide, ServerInterface::ASyncRequest* next) {
-  if (request != nullptr && request->status == TAV_E_PENDING) return TAV_E_BUSY;
-  // After an error reply the last request may still get its answer; the step that it belonged to has ended.
-  if (request != nullptr) request->context = nullptr;
+  if (isOutstanding()) return TAV_E_BUSY;
+  endStep();  // after an error reply, the last step's request may still get its answer
+  ServerInterface::EndExchange(next);
 
-  pending = out;
-  wide = isWide;
-  request = next;
   next->context = this;
   const unsigned status = list->QueryEntry(a1, a2, cursor, a3, server, next);
-  if (status != TAV_E_PENDING) EndStep(next);
+  if (status != TAV_E_PENDING) {
+    next->context = nullptr;
+    return status;
+  }
+  pending = out;
+  wide = isWide;
+  enterStep(next);
   return status;
+}
+
+// A step's request is looked at only while its transport has it: once abandoned, its memory may have ended.
+bool TAVQueryEnum::isOutstanding() const {
+  return hasRequest() && request->status == TAV_E_PENDING;
+}
+
+bool TAVQueryEnum::hasRequest() const {
+  return transport != nullptr && transport->IsRegistered(requestId, request);
+}
+
+void TAVQueryEnum::enterStep(ServerInterface::ASyncRequest* sent) {
+  transport = static_cast<TAVServerInterface*>(sent->owner);
+  request = sent;
+  requestId = sent->registeredId;
+  nextStep = transport->steps;
+  previousStep = &transport->steps;
+  if (nextStep != nullptr) nextStep->previousStep = &nextStep;
+  transport->steps = this;
+}
+
+// The transport may be about to end, and the request may have ended.
+void TAVQueryEnum::leaveStep() {
+  *previousStep = nextStep;
+  if (nextStep != nullptr) nextStep->previousStep = previousStep;
+  transport = nullptr;
+  request = nullptr;
+  pending = nullptr;
+}
+
+// A reply that is still to come must find nothing to write to.
+void TAVQueryEnum::endStep() {
+  if (transport == nullptr) return;
+  if (hasRequest()) request->context = nullptr;
+  leaveStep();
 }
 
 unsigned TAVQueryEnum::QueryComplete(ServerInterface::ASyncRequest* answered) {
   const unsigned status = wide == 1 ? QueryCompleteW(answered) : QueryCompleteA(answered);
-  pending = nullptr;
-  request = nullptr;
-  answered->context = nullptr;  // it may outlive the enumeration until its owner is told
+  endStep();
+  answered->context = nullptr;  // it may outlive the enumeration until its owner has the result
   return status;
 }
 
@@ -75,13 +111,6 @@ unsigned TAVQueryEnum::QueryCompleteA(ServerInterface::ASyncRequest* answered) {
 
 int TAVQueryEnum::IsValid() {
   return valid;
-}
-
-void TAVQueryEnum::EndStep(ServerInterface::ASyncRequest* endedRequest) {
-  if (request != endedRequest) return;
-  request->context = nullptr;
-  request = nullptr;
-  pending = nullptr;
 }
 
 int TAVQueryEnum::UsesList(const TAVServerList* candidate) const {

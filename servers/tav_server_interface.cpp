@@ -28,23 +28,19 @@ unsigned on_query_reply(ServerInterface* server, ServerInterface::ASyncRequest* 
   return TAVServerInterface::QueryComplete(static_cast<TAVServerInterface*>(server), request);
 }
 
-// The same for a look-up: which of the two routines a request has tells what it is.
-unsigned on_lookup_reply(ServerInterface* server, ServerInterface::ASyncRequest* request) {
-  return on_query_reply(server, request);
-}
-
 }  // namespace
 
 TAVServerInterface::TAVServerInterface(unsigned long serverAddress, unsigned short serverPort,
                                        const char* secret, int isLocal)
-    : ServerInterface(serverAddress, serverPort, secret), local(static_cast<std::uint32_t>(isLocal)) {
-  ended = &TAVServerInterface::EndRequest;
+    : ServerInterface(serverAddress, serverPort, secret), local(static_cast<std::uint32_t>(isLocal)) {}
+
+TAVServerInterface::~TAVServerInterface() {
+  while (steps != nullptr)
+    steps->leaveStep();
 }
 
-// Here and not in the header: the library alone has the virtual table and the type information.
-TAVServerInterface::~TAVServerInterface() = default;
-
 unsigned TAVServerInterface::QueryVersion(unsigned& version, ASyncRequest* request) {
+  EndExchange(request);  // before its reply could reach the new completion routine
   tavlib::set_header(request->packet, tavlib::kMinPacketLength, TAV_REQUEST_VERSION);
   request->completion = on_version_reply;
   request->context = &version;
@@ -77,19 +73,22 @@ unsigned TAVServerInterface::addEntry(const Record& entry) {
 
 unsigned TAVServerInterface::QueryEntry(unsigned a1, unsigned a2, unsigned a3, const _TAVENTRYW& entry,
                                         ASyncRequest* request) {
+  EndExchange(request);  // before its reply could reach the new completion routine
+  request->completion = on_query_reply;
   request->packet.code = TAV_REQUEST_QUERYENTRY;
   tavlib::PacketWriter arguments(request->packet);
   arguments.be32(tavlib::kArgumentsAt, a1);
   arguments.be32(tavlib::kArgumentsAt + 4, a2);
   arguments.be32(tavlib::kArgumentsAt + 8, a3);
   if (marshal(entry, request->packet) == 0) return TAV_E_UNKNOWNSERVER;
-  request->completion = on_query_reply;
   return StartRequest(request);
 }
 
 unsigned TAVServerInterface::QueryComplete(TAVServerInterface* /*server*/, ASyncRequest* request) {
-  TAVQueryEnum* enumeration = EnumerationOf(request);
-  return enumeration == nullptr ? unsigned{TAV_E_CANCELLED} : enumeration->QueryComplete(request);
+  auto* enumeration = static_cast<TAVQueryEnum*>(request->context);
+  if (enumeration != nullptr) return enumeration->QueryComplete(request);
+  // An error reply has ended the step, and its owner may not know yet.
+  return request->status == TAV_E_SERVERERROR ? TAV_E_SERVERERROR : TAV_E_CANCELLED;
 }
 
 unsigned TAVServerInterface::Listen(unsigned short listenPort) {
@@ -124,21 +123,4 @@ int TAVServerInterface::IsLocal() {
 
 const char* TAVServerInterface::GetSecret() {
   return reinterpret_cast<const char*>(keyBuffer.data());
-}
-
-TAVQueryEnum* TAVServerInterface::EnumerationOf(const ASyncRequest* request) {
-  const bool isQuery = request->completion == on_query_reply || IsLookup(request);
-  return isQuery ? static_cast<TAVQueryEnum*>(request->context) : nullptr;
-}
-
-void TAVServerInterface::EndRequest(ASyncRequest* request) {
-  if (TAVQueryEnum* enumeration = EnumerationOf(request)) enumeration->EndStep(request);
-}
-
-void TAVServerInterface::MarkLookup(ASyncRequest* request) {
-  request->completion = on_lookup_reply;
-}
-
-bool TAVServerInterface::IsLookup(const ASyncRequest* request) {
-  return request->completion == on_lookup_reply;
 }

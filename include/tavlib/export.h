@@ -6,6 +6,9 @@
 /// Marks a name that the shared library exports; everything else stays hidden in it.
 #define TAVLIB_API __attribute__((visibility("default")))
 
+/// Keeps a member of an exported class, for the library's own use, out of the exported names.
+#define TAVLIB_HIDDEN __attribute__((visibility("hidden")))
+
 /// Open and close a block of functions with C linkage.
 #ifdef __cplusplus
 #define TAVLIB_BEGIN_C extern "C" {

@@ -21,6 +21,20 @@
 
 namespace tavtest {
 
+/// How many requests the library's servers hold in their tables, in flight or kept for their owners.
+inline std::size_t requests_held() {
+  struct Tables : TAVServerInterface {
+    static std::size_t held(TAVServerInterface& server) {
+      return (server.*(&Tables::requests)).size() + (server.*(&Tables::settled)).size();
+    }
+  };
+  std::size_t count = 0;
+  unsigned long address = 0;
+  for (unsigned i = 0; (address = g_ServerList->GetServer(i)) != 0; ++i)
+    count += Tables::held(*g_ServerList->FindByServer(address));
+  return count;
+}
+
 /// A last error that no function sets: what stays when a call leaves the last error alone.
 constexpr unsigned untouched = 9999;
 

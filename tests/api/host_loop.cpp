@@ -48,7 +48,9 @@ __attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*
 }
 
 __attribute__((visibility("default"))) int T_event_del_socket(int socket) {
-  tavtest::host_loop().removed.push_back({socket, g_ServerList != nullptr});
+  tavtest::HostLoop& loop = tavtest::host_loop();
+  loop.removed.push_back({socket, g_ServerList != nullptr});
+  if (loop.then) loop.then();
   return -1;
 }
 }

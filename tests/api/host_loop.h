@@ -1,6 +1,7 @@
 #ifndef TAVLIB_TESTS_API_HOST_LOOP_H
 #define TAVLIB_TESTS_API_HOST_LOOP_H
 
+#include <functional>
 #include <vector>
 
 namespace tavtest {
@@ -22,6 +23,7 @@ class HostLoop {
 
   std::vector<Registration> set;  ///< Every registration so far, oldest first.
   std::vector<Removal> removed;   ///< Every removal so far, oldest first.
+  std::function<void()> then{};   ///< What the host does in T_event_del_socket, too.
 
   /// Runs the youngest registration's callback once, readable or not, and returns its result.
   int run(int first = 0) const;

@@ -234,3 +234,20 @@ TEST_F(FailedStart, LeavesNothingForExitToEnd) {
   SSO_Exit();
   EXPECT_EQ(lookup.outcomes.size(), 1u);
 }
+
+TEST_F(SsoAsync, ANullCallbackCountsAsNone) {
+  SSO_GetUserByAddrAsync(somewhere, lookup.user.data(), Lookup::size, nullptr, 0, nullptr, this);
+  server.reply_entry(server.receive(), alice());
+  EXPECT_EQ(loop.run_ready(), 1);
+  EXPECT_EQ(lookup.user_text(), "ALICE");
+}
+
+TEST_F(SsoAsync, ANullCallbackCountsAsNoneWhereTheLookupFails) {
+  SSO_GetUserByAddrAsync(somewhere, lookup.user.data(), Lookup::size, nullptr, 0, nullptr, this);
+  server.reply_error(server.receive());
+  EXPECT_EQ(loop.run_ready(), 1);
+  g_SsoServer = inet_addr("127.9.9.9");
+  SSO_GetUserByAddrAsync(somewhere, lookup.user.data(), Lookup::size, nullptr, 0, nullptr, this);
+  EXPECT_EQ(TAVGetLastError(), 11u);
+  EXPECT_EQ(lookup.user, Lookup::filled());
+}

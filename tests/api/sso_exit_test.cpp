@@ -125,3 +125,18 @@ TEST_F(SsoExitOnly, ALookupInFlightDoesNotHinderAnExitThatIsNotTheLast) {
   loop.run_ready();
   EXPECT_EQ(lookup.outcomes, std::vector<int>{1});
 }
+
+// The layer is down by then.
+TEST_F(SsoExitOnly, AnExitWithinTheHostsFunctionDoesNothing) {
+  EXPECT_EQ(TAVInitialize(), 1);
+  loop.then = [] {
+    SSO_Exit();
+    EXPECT_EQ(SSO_GetUserByAddr(somewhere, nullptr, 0, nullptr, 0), 0);
+  };
+  SSO_Exit();
+  loop.then = {};
+  EXPECT_EQ(loop.removed.size(), 1u);
+  EXPECT_EQ(init_count(), 2u);
+  EXPECT_EQ(g_SsoReady, 0u);
+  TAVExit();
+}

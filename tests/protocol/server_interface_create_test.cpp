@@ -51,13 +51,38 @@ TEST_F(ServerInterfaceCreation, OpensAnUnboundUdpSocketAndIsValid) {
   EXPECT_TRUE(transport.requests.empty());
 }
 
-TEST_F(ServerInterfaceCreation, NeitherBindsNorConnectsNorSetsOptions) {
+TEST_F(ServerInterfaceCreation, NeitherBindsNorConnects) {
   const SocketFaults record;
   OpenTransport made(server.address_number(), server.port(), secret);
   Request request;
   tavtest::load(request.packet, tavtest::make_packet(1, 0));
   EXPECT_EQ(made.StartRequest(&request), 14U);
-  EXPECT_EQ(record.calls(), (Calls{"socket", "sendto"}));
+  EXPECT_EQ(record.calls(), (Calls{"socket", "setsockopt", "sendto"}));
+}
+
+int receive_buffer_of(int socket) {
+  int size = 0;
+  socklen_t length = sizeof size;
+  EXPECT_EQ(getsockopt(socket, SOL_SOCKET, SO_RCVBUF, &size, &length), 0);
+  return size;
+}
+
+// The system may grant less, and counts in its own way.
+TEST_F(ServerInterfaceCreation, AsksForAReceiveBufferOfOneMebibyte) {
+  const int asked = 1048576;
+  const int like_it = socket(AF_INET, SOCK_DGRAM, 0);
+  ASSERT_EQ(setsockopt(like_it, SOL_SOCKET, SO_RCVBUF, &asked, sizeof asked), 0);
+  EXPECT_EQ(receive_buffer_of(transport.GetSocket()), receive_buffer_of(like_it));
+  close(like_it);
+}
+
+TEST_F(ServerInterfaceCreation, TakesARefusedReceiveBufferForNoFailure) {
+  SocketFaults faults;
+  faults.fail("setsockopt", ENOBUFS);
+  errno = 0;
+  OpenTransport made(server.address_number(), server.port(), secret);
+  EXPECT_EQ(errno, 0);
+  EXPECT_EQ(made.IsValid(), 1);
 }
 
 TEST_F(ServerInterfaceCreation, KeepsItsSocketFromProgramsThatTheHostStarts) {

@@ -169,18 +169,6 @@ TEST_F(ServerInterfaceSettled, KeepingARequestByHandHandsItOutAgain) {
   EXPECT_EQ(transport.TakeSettled(any), &first);
 }
 
-TEST_F(ServerInterfaceSettled, FindsRequestsInFlightAndKept) {
-  EXPECT_EQ(transport.FindRequest(none), nullptr);
-  EXPECT_EQ(transport.FindRequest(marked), nullptr);
-  first.context = this;
-  EXPECT_EQ(transport.FindRequest(marked), &first);
-  server.reply_status(first_sent);
-  transport.CompleteFor(&waiting);
-  EXPECT_EQ(transport.FindRequest(marked), &first);
-  EXPECT_EQ(transport.TakeSettled(any), &first);
-  EXPECT_EQ(transport.FindRequest(marked), nullptr);
-}
-
 // Whatever arrives, and whoever reads it.
 TEST_F(ServerInterfaceSettled, ReceivingAllocatesNothing) {
   server.reply_error(first_sent);

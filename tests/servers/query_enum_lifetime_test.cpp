@@ -121,7 +121,7 @@ TEST_F(QueryEnumLifetime, ALateAnswerDoesNotEndTheNextStep) {
   const auto second_sent = start(*enumeration, next, second);
 
   peer.reply_entry(first, sample_on_wire());
-  EXPECT_EQ(complete(request), 17U);
+  EXPECT_EQ(complete(request), 2U);  // as before: its owner may not have asked yet
   EXPECT_EQ(out.user, nullptr);
   EXPECT_EQ(next.user, nullptr);
   peer.reply_entry(second_sent, sample_on_wire());
@@ -159,7 +159,7 @@ TEST_F(QueryEnumLifetime, DestroyedAfterAnErrorReplyItLeavesARequestThatWritesNo
   complete(request);
   enumeration.reset();
   peer.reply_entry(sent, sample_on_wire());
-  EXPECT_EQ(complete(request), 17U);
+  EXPECT_EQ(complete(request), 2U);
   EXPECT_EQ(out.user, nullptr);
 }
 
@@ -171,19 +171,6 @@ TEST_F(QueryEnumLifetime, AnAnsweredRequestKnowsTheEnumerationNoLonger) {
   enumeration.reset();
   server().Forget(&request);
   EXPECT_EQ(request.status, 0U);
-}
-
-TEST_F(QueryEnumLifetime, EndingAStepGoesByItsRequest) {
-  const auto sent = start(*enumeration, out, request);
-  Request other;
-  enumeration->EndStep(&other);
-  EXPECT_EQ(enumeration->QueryNext(out, &other), 15U);
-  enumeration->EndStep(&request);
-  EXPECT_EQ(request.context, nullptr);
-  expect_idle();
-  peer.reply_entry(sent, sample_on_wire());
-  EXPECT_EQ(complete(request), 17U);
-  EXPECT_EQ(out.user, nullptr);
 }
 
 TEST_F(QueryEnumLifetime, TwoOnOneServerDoNotMeet) {

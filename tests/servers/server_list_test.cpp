@@ -160,12 +160,4 @@ TEST_F(ServerList, MarksEveryServerAsUp) {
     EXPECT_EQ(list.FindByServer(address(i))->IsCommUp(), 1);
 }
 
-TEST_F(ServerList, FindsARequestOfAnyServer) {
-  const auto any = [](const ServerInterface::ASyncRequest*) { return true; };
-  EXPECT_EQ(list.FindRequest(any), nullptr);
-  unsigned version = 0;
-  list.QueryVersion(address(0), version, &request);
-  EXPECT_EQ(list.FindRequest(any), &request);
-}
-
 }  // namespace

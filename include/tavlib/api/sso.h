@@ -22,8 +22,6 @@
 #include <tavlib/api/async.h>
 #include <tavlib/protocol/entry.h>
 
-#include <chrono>
-
 class TAVQueryEnum;
 
 #endif
@@ -114,17 +112,6 @@ class TAVLIB_API SSO_TAVContext {
   /// the callback and returns 1 when the look-up has ended; 0 while it is pending.
   int Finish(int result, unsigned error);
 
-  /// The look-up that awaits the request's answer; null when there is none.
-  static SSO_TAVContext* Of(const ServerInterface::ASyncRequest* request);
-
-  /// Makes the look-up the layer's own: it is never handed out by TAVASyncPop, and SSO_Exit deletes it while
-  /// it is in flight.
-  void GiveToLayer();
-  bool BelongsToLayer() const;
-
-  /// Whether the request was sent before `moment`.
-  bool IsOlderThan(std::chrono::steady_clock::time_point moment) const { return started < moment; }
-
  protected:
   TAVQueryEnum* query{nullptr};
   uint32_t answered{0};  ///< 1 once an answer was delivered.
@@ -137,13 +124,12 @@ class TAVLIB_API SSO_TAVContext {
   void* cookie;
   _TAVENTRYA entry{};  ///< The filter, then the answer.
   TAVASYNC handle{};
-  bool original{true};  ///< False in a copy, which does not own `query`.
-  bool sent{false};     ///< Whether the request of `handle`, if any, is this object's own.
-  bool layers{false};
-  std::chrono::steady_clock::time_point started{};  ///< When the request was sent.
 
  private:
-  void closeQuery();
+  TAVLIB_HIDDEN void closeQuery();
+
+  bool original{true};  // False in a copy, which does not own `query`.
+  bool sent{false};     // Whether the request of `handle`, if any, is this object's own.
 };
 
 #endif

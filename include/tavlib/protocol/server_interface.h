@@ -19,12 +19,17 @@
 ///
 /// It takes no lock: one thread at a time may use one transport. Requests are never owned here; a request
 /// must stay in memory until its final reply was read or it was abandoned, and one with a `handle` until it
-/// was forgotten. An error reply is not the final one. A request serves one exchange at a time.
+/// was forgotten. An error reply is not the final one.
+///
+/// A request serves one exchange at a time. One that is started again, here or on another transport, first
+/// leaves the exchange to which it still belongs (after an error reply, say): a late reply to that is
+/// dropped. The thread that starts it must then be one that may use the other transport, too.
 class TAVLIB_API ServerInterface {
  public:
   /// One request, owned by whoever made it.
   struct ASyncRequest {
-    void* handle{nullptr};   ///< The owner's back pointer; not used by the transport.
+    /// The owner's back pointer, never followed by the transport. CompleteFor keeps only requests with one.
+    void* handle{nullptr};
     void* context{nullptr};  ///< For the completion routine.
     /// Run once a verified final reply is in `packet`; its result becomes `status`. May be null.
     unsigned (*completion)(ServerInterface*, ASyncRequest*){nullptr};
@@ -35,11 +40,13 @@ class TAVLIB_API ServerInterface {
   };
 
   /// Opens a UDP socket for the server at `address` (network byte order) and `port` (host byte order) and
-  /// prepares the key from `secret` (at most 16 characters count; null is empty). Neither bind nor connect is
-  /// called. Without socket or memory the transport is not valid, and every request on it fails with 12.
+  /// prepares the key from `secret` (its first 16 characters; null is empty). Neither bind nor connect is
+  /// called. The socket asks for a receive buffer of 1 MiB and takes what the system grants. Without socket
+  /// or memory the transport is not valid, and every request on it fails with TAV_E_SENDFAILED.
   ServerInterface(unsigned long address, unsigned short port, const char* secret);
 
-  /// Closes the socket. Requests still in flight stay as they are, at status 14.
+  /// Closes the socket. Requests still in flight stay as they are, at status TAV_E_PENDING; they are not
+  /// touched, so their memory may have ended before.
   virtual ~ServerInterface();
 
   ServerInterface(const ServerInterface&) = delete;
@@ -48,21 +55,28 @@ class TAVLIB_API ServerInterface {
   /// 1 when the transport can send, else 0.
   virtual int IsValid();
 
-  /// Gives the request's packet a new id, seals it and sends it. 14 when it was sent; else nothing is
-  /// registered and the result is 9 (no memory), 10 (length word above 4096) or 12 (not sent whole; `errno`
-  /// tells why). A length word below 100 goes out without a digest. `status` is 14 in either case; only a
-  /// transport that is not valid answers 12 and leaves the request as it was.
+  /// Gives the request's packet a new id, seals it and sends it. The result is TAV_E_PENDING when it was
+  /// sent; otherwise nothing is registered and the result is
+  ///   TAV_E_NOMEMORY    when memory runs out,
+  ///   TAV_E_TOOBIG      when the packet's length word is above 4096,
+  ///   TAV_E_SENDFAILED  when the datagram was not sent whole; `errno` has the reason.
+  /// `status` becomes TAV_E_PENDING in each of these cases. A packet whose length word is below 100 is sent
+  /// without a digest. A transport that is not valid returns TAV_E_SENDFAILED without setting `errno`, and
+  /// leaves the request as it was.
   unsigned StartRequest(ASyncRequest* request);
 
-  /// Reads one datagram, without waiting for one. Returns the request to which it belonged: `status` is then
-  /// 14 after an interim reply, 2 after an error reply (the request stays registered: a final reply may still
-  /// follow), 13 after a final reply with a wrong digest, and otherwise what the completion routine returned
-  /// (0 without one). Null when nothing was there or the datagram was dropped: short, no reply, or no request
-  /// of ours. Any sender is accepted.
+  /// Reads one datagram, without waiting for one, and returns the request to which it belonged. `status` is
+  /// then
+  ///   TAV_E_PENDING      after an interim reply,
+  ///   TAV_E_SERVERERROR  after an error reply (the request stays registered: a final reply may still
+  ///   follow), TAV_E_BADPACKET    after a final reply with a wrong digest,
+  /// and otherwise what the completion routine returned (0 without one). Null when there was no datagram, or
+  /// when it was dropped: too short, not a reply, or for none of the registered requests. Any sender is
+  /// accepted.
   ASyncRequest* CompleteRequest();
 
-  /// Gives a registered request up: status 17, and a late reply is dropped. A request that is not registered
-  /// is left alone. Always 0.
+  /// Abandons a registered request: its status becomes TAV_E_CANCELLED and a late reply is dropped. A request
+  /// that is not registered is left alone. `context` is never followed. Always 0.
   unsigned AbandonRequest(ASyncRequest* request);
 
   /// Sends the first `size` bytes of `packet` and waits for the reply, which replaces it (at most `size`
@@ -95,25 +109,17 @@ class TAVLIB_API ServerInterface {
   /// Keeps a settled request for TakeSettled.
   void KeepSettled(ASyncRequest* request);
 
-  /// Removes every trace of the request, so that its memory may end. A late reply is dropped.
+  /// Removes the request from the tables of requests in flight and of requests kept, so that its memory may
+  /// end. A late reply is dropped. `context` is never followed.
   void Forget(ASyncRequest* request);
 
-  /// The first request, in flight by id or else kept, for which `wanted(request)` is true; null when there is
-  /// none.
-  template <typename Wanted>
-  ASyncRequest* FindRequest(Wanted wanted) const {
-    for (const auto& [id, request] : requests) {
-      if (wanted(request)) return request;
-    }
-    for (ASyncRequest* request : settled) {
-      if (wanted(request)) return request;
-    }
-    return nullptr;
-  }
-
  protected:
-  /// Called for a request that ends without its completion routine: wrong digest, abandoned, forgotten.
-  using EndObserver = void (*)(ASyncRequest*);
+  /// Ends the exchange to which a request still belongs, on whichever transport that is. Nothing happens when
+  /// it was never sent, its exchange has ended, or that transport was destroyed.
+  TAVLIB_HIDDEN static void EndExchange(ASyncRequest* request);
+
+  /// Whether this very request is in flight under `id`. The request is not touched: it may have ended.
+  TAVLIB_HIDDEN bool IsRegistered(unsigned id, const ASyncRequest* request) const;
 
   unsigned long address;
   unsigned short port;                         ///< Network byte order.
@@ -122,14 +128,19 @@ class TAVLIB_API ServerInterface {
   int socket;                                  ///< -1 when none.
   std::map<unsigned, ASyncRequest*> requests;  ///< In flight, by request id.
   std::vector<ASyncRequest*> settled;          ///< Settled, their owners not told yet; oldest first.
-  EndObserver ended{nullptr};
 
  private:
-  bool registerRequest(unsigned id, ASyncRequest* request);
-  unsigned sendSealed(const _TAVPACKET& packet);
-  unsigned awaitReply(const ASyncRequest& request, unsigned timeout, bool& wantsCopy);
-  void settle(ASyncRequest* request, _TAVPACKET& reply);
-  void remove(ASyncRequest* request);
+  friend class TAVQueryEnum;
+
+  TAVLIB_HIDDEN static bool isLive(const ServerInterface* transport);
+  TAVLIB_HIDDEN void enterLive();
+  TAVLIB_HIDDEN void leaveLive();
+  TAVLIB_HIDDEN bool registerRequest(unsigned id, ASyncRequest* request);
+  TAVLIB_HIDDEN unsigned sendSealed(const _TAVPACKET& packet);
+  TAVLIB_HIDDEN unsigned awaitReply(const ASyncRequest& request, unsigned timeout, bool& wantsCopy);
+  TAVLIB_HIDDEN void settle(ASyncRequest* request, _TAVPACKET& reply);
+
+  ServerInterface* nextLive{nullptr};  ///< In the process's list of transports.
 };
 
 #endif

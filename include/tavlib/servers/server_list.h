@@ -72,29 +72,20 @@ class TAVLIB_API TAVServerList {
   /// A number that no other list of the process has; an address may come round to a later list.
   unsigned GetSerial() const;
 
-  /// ServerInterface::FindRequest over all servers.
-  template <typename Wanted>
-  ServerInterface::ASyncRequest* FindRequest(Wanted wanted) const {
-    for (const auto& [address, server] : servers) {
-      if (ServerInterface::ASyncRequest* request = server->FindRequest(wanted)) return request;
-    }
-    return nullptr;
-  }
-
  protected:
   std::map<unsigned long, TAVServerInterface*> servers;  ///< Owned.
   std::uint32_t valid{0};
   std::uint32_t serial;
 
  private:
-  void readConfiguration();
-  void createServer(unsigned long address, unsigned port, const char* secret);
+  TAVLIB_HIDDEN void readConfiguration();
+  TAVLIB_HIDDEN void createServer(unsigned long address, unsigned port, const char* secret);
   template <typename Record>
-  int addEntry(const Record& entry, unsigned long address);
+  TAVLIB_HIDDEN int addEntry(const Record& entry, unsigned long address);
   template <typename Record>
-  int addToOne(const Record& entry, unsigned long address);
+  TAVLIB_HIDDEN int addToOne(const Record& entry, unsigned long address);
   template <typename Record>
-  int addToAll(const Record& entry);
+  TAVLIB_HIDDEN int addToAll(const Record& entry);
 };
 
 #endif

@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+class TAVQueryEnum;
+
 /// One configured TAV server: the transport to it, the operations as requests, and whether it is local and
 /// believed reachable. Results are status codes (tavlib/error_numbers.h). Thread rules as for
 /// ServerInterface.
@@ -16,10 +18,12 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
  public:
   /// `address` in network byte order, `port` in host byte order; `isLocal` is 1 for a server on this host.
   TAVServerInterface(unsigned long address, unsigned short port, const char* secret, int isLocal);
+
+  /// As ~ServerInterface. Enumerations with a step in flight become idle, and may outlive the transport.
   ~TAVServerInterface() override;
 
-  /// Starts a version request: 14 when sent. `version` is filled when the answer comes and must last until
-  /// then.
+  /// Starts a version request: TAV_E_PENDING when sent. `version` is filled when the answer comes and must
+  /// last until then.
   unsigned QueryVersion(unsigned& version, ASyncRequest* request);
 
   /// Stores the reply's version word through the request's `context`. Always 0.
@@ -30,11 +34,14 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
   unsigned AddEntry(const _TAVENTRYA& entry);
   unsigned AddEntry(const _TAVENTRYW& entry);
 
-  /// Starts an entry query with three argument words and a filter: 14 when sent, 11 when the filter does not
-  /// fit. The request's `context` must be the TAVQueryEnum that takes the reply.
+  /// Starts an entry query with three argument words and a filter: TAV_E_PENDING when sent,
+  /// TAV_E_UNKNOWNSERVER when the filter does not fit. The request's `context` must be the TAVQueryEnum that
+  /// takes the reply, or null for none; it is followed when the reply comes and at no other time.
   unsigned QueryEntry(unsigned a1, unsigned a2, unsigned a3, const _TAVENTRYW& entry, ASyncRequest* request);
 
-  /// Hands the reply to the enumeration in the request's `context`; 17 when that was destroyed meanwhile.
+  /// Hands the reply to the enumeration in the request's `context`. Without one (its step has ended, or it
+  /// was destroyed) the result is TAV_E_CANCELLED, or TAV_E_SERVERERROR for a request whose error reply came
+  /// before.
   static unsigned QueryComplete(TAVServerInterface* server, ASyncRequest* request);
 
   /// Asks the server to listen on `port` (host byte order), or to stop, and waits for the answer.
@@ -51,24 +58,17 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
   /// The pass phrase, at most its first 16 characters, always terminated; owned by the interface.
   const char* GetSecret();
 
-  /// The enumeration that awaits the request's reply; null when none does.
-  static class TAVQueryEnum* EnumerationOf(const ASyncRequest* request);
-
-  /// Tells the enumeration that awaits the request's reply, if any, that none will come.
-  static void EndRequest(ASyncRequest* request);
-
-  /// Marks a started entry query as a look-up of the single-sign-on layer, and tells whether a request is
-  /// one. The mark stays until the request ends.
-  static void MarkLookup(ASyncRequest* request);
-  static bool IsLookup(const ASyncRequest* request);
-
  protected:
   std::uint32_t local;
   std::uint32_t commUp{1};
 
  private:
+  friend class TAVQueryEnum;
+
   template <typename Record>
-  unsigned addEntry(const Record& entry);
+  TAVLIB_HIDDEN unsigned addEntry(const Record& entry);
+
+  TAVQueryEnum* steps{nullptr};  ///< The enumerations with a step in flight.
 };
 
 #endif

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <thread>
 
+#include "conformance/event_loop.h"
 #include "conformance/host.h"
 #include "faults/hosts/answering_server.h"
 #include "faults/hosts/threads.h"
@@ -154,6 +155,86 @@ TEST_F(Threads, MayUseTheGeneralFunctionsBesideSingleSignOn) {
     }
   });
   SSO_Exit();
+}
+
+namespace {
+
+// The thread of single sign-on, which takes the layer up and down and uses every function of it. The library
+// stays up.
+class SignOnThread {
+ public:
+  void run() {
+    ASSERT_NE(SSO_Init(), nullptr);
+    look_up_waiting();
+    look_up_in_loop();
+    give_up();
+    leave_in_flight();
+    SSO_Exit();
+    EXPECT_EQ(SSO_GetUserByAddr(7, nullptr, 0, nullptr, 0), 0);
+  }
+
+ private:
+  struct Ended {
+    std::array<char, 32> user{};
+    int calls = 0;
+
+    static void count(int /*success*/, void* cookie) { ++static_cast<Ended*>(cookie)->calls; }
+    void start(unsigned long where) {
+      SSO_GetUserByAddrAsync(where, user.data(), 31, nullptr, 0, count, this);
+    }
+  };
+
+  static void look_up_waiting() {
+    std::array<char, 32> user{};
+    EXPECT_EQ(SSO_GetUserByAddr(7, user.data(), 31, nullptr, 0), 1);
+    EXPECT_EQ(user.data(), user_at(7));
+  }
+
+  void look_up_in_loop() {
+    std::array<Ended, 3> lookups;
+    for (Ended& each : lookups)
+      each.start(8);
+    EXPECT_TRUE(loop_.run_until([&] { return lookups[0].calls + lookups[1].calls + lookups[2].calls == 3; }));
+    EXPECT_EQ(lookups[2].user.data(), user_at(8));
+  }
+
+  static void give_up() {
+    Ended lookup;
+    lookup.start(9);
+    while (lookup.calls == 0)  // until it is a millisecond old, or its answer was read
+      SSO_ExpireLookups(0);
+    EXPECT_EQ(lookup.calls, 1);
+    EXPECT_EQ(SSO_ExpireLookups(0), 0U);
+  }
+
+  void leave_in_flight() { forgotten_.start(10); }
+
+  EventLoop loop_;
+  Ended forgotten_;  // its look-up ends with the layer, without a callback
+};
+
+constexpr unsigned sign_on_rounds = 400;
+
+}  // namespace
+
+// The layer and its look-ups are one server's, and so one thread's; the other servers' requests are never
+// looked at.
+TEST_F(Threads, MayAskTheirServersWhileSingleSignOnComesAndGoes) {
+  const Library library;
+  std::atomic<bool> done{false};
+  in_threads([&](unsigned number) {
+    if (number == 0) {
+      SignOnThread sign_on;
+      for (unsigned round = 0; round < sign_on_rounds; ++round)
+        sign_on.run();
+      done = true;
+      return;
+    }
+    do {
+      expect_user(servers[number]->address(), number);
+      expect_pops(servers[number]->address(), number + 1);
+    } while (!done);
+  });
 }
 
 // The host takes care that only one of them is in TAVInitialize or TAVExit at a time.
