@@ -36,5 +36,5 @@ bool ServerInterface::isLive(const ServerInterface* transport) {
 }
 
 void ServerInterface::EndExchange(ASyncRequest* request) {
-  if (request->registeredId != 0 && isLive(request->owner)) request->owner->Forget(request);
+  if (request->owner != nullptr && isLive(request->owner)) request->owner->Forget(request);
 }
