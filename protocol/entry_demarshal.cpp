@@ -58,28 +58,31 @@ bool read_text(const PacketReader& packet, std::size_t offset, std::size_t lengt
   return true;
 }
 
+// A count is stored once its text is: one that claims too much must not become a length that nothing stands
+// behind.
 template <typename Record>
 bool read_texts(const PacketReader& packet, std::size_t at, Record& entry) {
-  // NOLINTNEXTLINE(readability-use-anyofallof): the loop fills the record
   for (const auto& field : kTextFields<Record>) {
     const std::size_t length = packet.be16(at + field.countAt);
-    entry.*field.length = static_cast<std::uint32_t>(length);
     if (length != 0 && !read_text(packet, packet.be16(at + field.offsetAt), length, entry.*field.text))
       return false;
+    entry.*field.length = static_cast<std::uint32_t>(length);
   }
+  return true;
+}
+
+bool read_bytes(const PacketReader& packet, std::size_t offset, std::size_t length, unsigned char*& data) {
+  data = static_cast<unsigned char*>(std::malloc(length));
+  if (data == nullptr || !inside(packet, offset, length)) return false;
+  packet.copy(kDataAt + offset, {data, length});
   return true;
 }
 
 template <typename Record>
 bool read_block(const PacketReader& packet, std::size_t at, Record& entry) {
-  const std::size_t offset = packet.be16(at + kBlockOffsetAt);
   const std::size_t length = packet.be16(at + kBlockLengthAt);
+  if (length != 0 && !read_bytes(packet, packet.be16(at + kBlockOffsetAt), length, entry.data)) return false;
   entry.dataLength = static_cast<std::uint32_t>(length);
-  if (length == 0) return true;
-  if (!inside(packet, offset, length)) return false;
-  entry.data = static_cast<unsigned char*>(std::malloc(length));
-  if (entry.data == nullptr) return false;
-  packet.copy(kDataAt + offset, {entry.data, length});
   return true;
 }
 

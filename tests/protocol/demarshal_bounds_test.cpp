@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 #include <tavlib/platform/error_state.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "protocol/entry_widths.h"
 #include "protocol/packet_image.h"
@@ -97,6 +99,47 @@ TYPED_TEST(DemarshalBounds, RefusedBlockReleasesTheTextsReadBefore) {
 
 TYPED_TEST(DemarshalBounds, RefusedTextReleasesTheTextsReadBefore) {
   this->expect_refused(reply(200).be16(38, 2).be16(40, 8).be16(42, 2).be16(44, 200).be16(46, 1));
+}
+
+/// The cached lengths of the three texts and the block's length.
+using Lengths = std::array<std::uint32_t, 4>;
+
+template <class Entry>
+Lengths lengths_of(const Entry& entry) {
+  return {entry.userLength, entry.string2Length, entry.string3Length, entry.dataLength};
+}
+
+/// Three texts of 2, 3 and 4 characters and a block of 5 bytes; any part may be moved behind the length word.
+PacketImage full_reply() {
+  PacketImage image = reply(200);
+  return image.be16(38, 2).be16(40, 8).be16(42, 3).be16(44, 20).be16(46, 4).be16(48, 36).be16(50, 5);
+}
+
+// What the record claims to hold must never be a count that was refused: whoever measures the record would
+// take it for the size of a text that is not there.
+TYPED_TEST(DemarshalBounds, RefusedCountIsNotStored) {
+  constexpr std::uint32_t old = 0xEEEEEEEE;
+  const std::pair<PacketImage, Lengths> refusals[] = {
+      {full_reply().be16(38, 1000), {old, old, old, old}},
+      {full_reply().be16(42, 1000), {2, old, old, old}},
+      {full_reply().be16(46, 1000), {2, 3, old, old}},
+      {full_reply().be16(50, 1000), {2, 3, 4, old}},
+  };
+  for (const auto& [image, expected] : refusals) {
+    ASSERT_EQ(this->read(image), 0);
+    EXPECT_EQ(lengths_of(this->entry.entry), expected);
+  }
+  ASSERT_EQ(this->read(full_reply()), 1);
+  EXPECT_EQ(lengths_of(this->entry.entry), (Lengths{2, 3, 4, 5}));
+}
+
+TYPED_TEST(DemarshalBounds, RefusedDescriptorStoresNothing) {
+  auto& target = this->entry.target();
+  target.tag = target.word14 = 77;
+  ASSERT_EQ(TypeParam::demarshal(target, reply(4096).packet().get(), 72), 0);
+  EXPECT_EQ(lengths_of(target), (Lengths{0xEEEEEEEE, 0xEEEEEEEE, 0xEEEEEEEE, 0xEEEEEEEE}));
+  EXPECT_EQ(target.tag, 77U);
+  EXPECT_EQ(target.word14, 77U);
 }
 
 TYPED_TEST(DemarshalBounds, RefusalIsToldEvenWhereAReleaseChangesErrno) {

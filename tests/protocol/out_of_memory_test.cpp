@@ -3,7 +3,9 @@
 #include <tavlib/platform/error_state.h>
 #include <tavlib/protocol/packet.h>
 
+#include <cstdint>
 #include <type_traits>
+#include <vector>
 
 #include "protocol/entry_widths.h"
 #include "protocol/packet_image.h"
@@ -71,6 +73,26 @@ TYPED_TEST(OutOfMemory, DemarshallingReports12) {
   ASSERT_EQ(TypeParam::marshal(&this->source.entry, packet.get(), &size, 1), 1);
   fail_each_allocation<TypeParam>(
       [&](auto& target) { return TypeParam::demarshal(target, packet.get(), 0); });
+}
+
+TYPED_TEST(OutOfMemory, DemarshallingStoresTheCountsOfWhatItCouldKeep) {
+  const auto packet = PacketImage().byte(4, 2).packet();
+  unsigned size = 4096;
+  ASSERT_EQ(TypeParam::marshal(&this->source.entry, packet.get(), &size, 1), 1);
+  using Lengths = std::vector<std::uint32_t>;
+  constexpr std::uint32_t old = 0xEEEEEEEE;
+  const Lengths expected[] = {{old, old, old, old}, {4, old, old, old}, {4, 6, old, old}, {4, 6, 5, old}};
+  for (int nth = 0; nth < 4; ++nth) {
+    OwnedEntry<TypeParam> result;
+    auto& target = result.target();
+    {
+      const AllocationFaults faults(nth);
+      TypeParam::demarshal(target, packet.get(), 0);
+    }
+    EXPECT_EQ((Lengths{target.userLength, target.string2Length, target.string3Length, target.dataLength}),
+              expected[nth])
+        << "allocation " << nth;
+  }
 }
 
 TYPED_TEST(OutOfMemory, DuplicatingAddsNoErrorOfItsOwn) {

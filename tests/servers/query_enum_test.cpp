@@ -203,6 +203,40 @@ TEST_F(QueryEnum, AStepAfterTheEndIsHarmless) {
   EXPECT_EQ(complete(request), 0U);
 }
 
+// As after the end: the cursor's words and cached lengths are those of the entry before, and its texts and
+// block are gone. A count that the reply only claimed must not make the next request longer than it is, let
+// alone too large.
+TEST_F(QueryEnum, AStepAfterAnEntryThatCannotBeReadSendsARightRequest) {
+  WireEntry words = sample_on_wire();
+  words.user.reset();
+  words.string2.reset();
+  words.string3.reset();
+  words.data.clear();
+  constexpr std::uint16_t claims[] = {100, 1000};
+  for (const std::size_t count_at : {32 + 6, 32 + 10, 32 + 14}) {
+    for (const std::uint16_t claimed : claims) {
+      auto enumeration = open();
+      _TAVENTRYW out{};
+      ASSERT_EQ(step(*enumeration, out, sample_on_wire()), 0U);
+      const auto answered = start(*enumeration, out, request);
+      Bytes reply = tavtest::entry_packet(0x83, answered.id(), sample_on_wire());
+      tavtest::put_be16(reply, count_at, claimed);
+      peer.reply_packet(answered, reply);
+      ASSERT_EQ(complete(request), 6U);
+
+      Request next;
+      const auto sent = start(*enumeration, out, next);
+      Bytes expected = query_packet(sent.id(), 0xa1, 0xa2, 0xa3, words);
+      expected.resize(100 + 4 * (5 + 8 + 3));
+      tavtest::put_be32(expected, 0, 100 + 4 * (5 + 8 + 3));
+      EXPECT_EQ(sent.packet, tavtest::seal_reply(expected, "wheel"));
+      peer.reply_entry(sent, sample_on_wire());
+      EXPECT_EQ(complete(next), 0U);
+      EXPECT_STREQ(out.user, L"ALICE");
+    }
+  }
+}
+
 // The C locale, in which the tests run, has no such character.
 TEST_F(QueryEnum, ATextThatTheLocaleCannotConvertIsNineInTheNarrowForm) {
   WireEntry entry;
