@@ -44,15 +44,19 @@ void copy_words(Target& target, const Source& source) {
   for (std::size_t i = 0; i < kWordFields<Source>.size(); ++i) {
     target.*kWordFields<Target>[i].word = source.*kWordFields<Source>[i].word;
   }
+  for (std::size_t i = 0; i < kTextFields<Source>.size(); ++i) {
+    target.*kTextFields<Target>[i].length = source.*kTextFields<Source>[i].length;
+  }
   target.dataLength = source.dataLength;
 }
 
+// A text that could not be converted keeps the cached length of its source.
 template <typename Target, typename Source>
 bool convert_texts(Target& target, const Source& source) {
   for (std::size_t i = 0; i < kTextFields<Source>.size(); ++i) {
     const auto* text = source.*kTextFields<Source>[i].text;
-    target.*kTextFields<Target>[i].length = static_cast<std::uint32_t>(text_length(text));
     if (text != nullptr && !convert_text(target.*kTextFields<Target>[i].text, text)) return false;
+    target.*kTextFields<Target>[i].length = static_cast<std::uint32_t>(text_length(text));
   }
   return true;
 }

@@ -156,6 +156,24 @@ TEST_P(Unconvertible, WideCharacterFailsInThePlainLocale) {
   EXPECT_TRUE(owns_nothing(result.entry));
 }
 
+// The words are copied before the texts, the cached lengths among them; a text is counted once it is
+// converted.
+TEST_P(Unconvertible, WideCharacterLeavesTheCachedLengthsThatWereCopied) {
+  const ScopedLocale locale("C");
+  CallerEntry<Wide> source;
+  source.user("one").string2("three").string3("seven77");
+  wchar_t** const texts[] = {&source.entry.user, &source.entry.string2, &source.entry.string3};
+  source.set(*texts[GetParam()], L"caf\u00E9");
+  source.entry.userLength = 71;
+  source.entry.string2Length = 72;
+  source.entry.string3Length = 73;
+  OwnedEntry<Narrow> result;
+  ASSERT_EQ(EntryWToA(result.target(), source.entry), 0);
+  EXPECT_EQ(result->userLength, GetParam() > 0 ? 3U : 71U);
+  EXPECT_EQ(result->string2Length, GetParam() > 1 ? 5U : 72U);
+  EXPECT_EQ(result->string3Length, 73U);
+}
+
 INSTANTIATE_TEST_SUITE_P(EachText, Unconvertible, ::testing::Values(0, 1, 2));
 
 TEST(EntryConvertLocale, IsNeverSetByTheLibrary) {
