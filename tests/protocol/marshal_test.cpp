@@ -232,6 +232,70 @@ TYPED_TEST(Marshal, SeveralEntriesAreAllCountedAndOnlyTheFirstIsWritten) {
   this->expect_array(entries, 2, kCounted, expected);
 }
 
+/// Where a descriptor has a second text of 26 characters and a block of 3 bytes. The offsets of the texts
+/// that are not there are left.
+void lay_places(PacketImage& image, std::size_t at) {
+  image.be16(at + 6, 0)
+      .be16(at + 8, 0)
+      .be16(at + 10, 26)
+      .be16(at + 14, 0)
+      .be16(at + 16, 104)
+      .be16(at + 18, 3);
+}
+
+/// That entry's text and block.
+void lay_data(PacketImage& image) {
+  image.text(96, "abcdefghijklmnopqrstuvwxyz").bytes(96 + 104, {0x01, 0xFF, 0x02});
+}
+
+// The second descriptor, at 88, ends at 143, and the data begins at 96. Each descriptor in turn writes a text
+// and then where it is, so the field stays: of the text only its third character is left, where the third
+// text's offset would be, and its last two.
+TYPED_TEST(Marshal, SecondDescriptorLiesOverTheTexts) {
+  this->caller.string2("abcdefghijklmnopqrstuvwxyz").data("\x01\xFF\x02");
+  this->set_scalars();
+  CallerEntry<TypeParam> second;
+  second.user("unseen").data("four");
+  const typename TypeParam::Entry entries[] = {this->caller.entry, second.entry};
+  PacketImage expected(kFill);
+  expected.be32(0, 100 + 72 + 4 * 26 + 3 + 4 * 6 + 4).byte(4, kCounted).be32(28, 2);
+  lay_data(expected);
+  for (std::size_t at : {32U, 88U}) {
+    lay_places(expected, at);
+    this->lay_scalars(expected, at);
+  }
+  this->expect_array(entries, 2, kCounted, expected);
+}
+
+TYPED_TEST(Marshal, ThirdDescriptorWritesTheTextsOverTheSecond) {
+  this->caller.string2("abcdefghijklmnopqrstuvwxyz").data("\x01\xFF\x02");
+  this->set_scalars();
+  const typename TypeParam::Entry entries[] = {this->caller.entry, {}, {}};
+  PacketImage expected(kFill);
+  expected.be32(0, 100 + 144 + 4 * 26 + 3).byte(4, kCounted).be32(28, 3);
+  for (std::size_t at : {32U, 88U}) {
+    lay_places(expected, at);
+    this->lay_scalars(expected, at);
+  }
+  lay_data(expected);
+  lay_places(expected, 144);
+  this->lay_scalars(expected, 144);
+  this->expect_array(entries, 3, kCounted, expected);
+}
+
+// The block comes after the texts' counts, which are lost in it, and before its own place and the words.
+TYPED_TEST(Marshal, SecondDescriptorLiesOverTheBlock) {
+  this->caller.data("0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWX");
+  this->set_scalars();
+  const typename TypeParam::Entry entries[] = {this->caller.entry, {}};
+  PacketImage expected = counted(100 + 72 + 60).be32(28, 2).be16(48, 0).be16(50, 60);
+  this->lay_scalars(expected, 32);
+  expected.be16(94, 0).bytes(96, {'0', '1', '2', '3', '4', '5', '6', '7'}).be16(104, 0).be16(106, 60);
+  this->lay_scalars(expected, 88);
+  expected.bytes(144, {'M', 'N', 'O', 'P', 'Q', 'R', 'S', 'T', 'U', 'V', 'W', 'X'});
+  this->expect_array(entries, 2, kCounted, expected);
+}
+
 TYPED_TEST(Marshal, EntryQueryHasOneDescriptorWhateverTheCount) {
   this->set_scalars();
   const typename TypeParam::Entry entries[] = {this->caller.entry, this->caller.entry, this->caller.entry};
