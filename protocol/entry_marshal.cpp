@@ -40,11 +40,19 @@ std::uint64_t measured_size(const Record* entries, unsigned count) {
   return size;
 }
 
-// Where the request ends when the first entry's texts and block are written as they stand. Without an entry
-// that is behind the count word, although the length word counts it out.
+// How many descriptors are written: an entry query has its one whatever the count, if there is an entry at
+// all.
 template <typename Record>
-std::uint64_t written_end(const Record* entries, unsigned count) {
-  if (count == 0) return kCountAt + sizeof(std::uint32_t);
+unsigned descriptors_of(std::uint8_t code, const Record* entries, unsigned count) {
+  if (code != TAV_REQUEST_QUERYENTRY) return count;
+  return entries == nullptr ? 0 : 1;
+}
+
+// Where the request ends when the first entry's texts and block are written as they stand. Without a
+// descriptor that is behind the count word, although the length word counts it out.
+template <typename Record>
+std::uint64_t written_end(const Record* entries, unsigned descriptors) {
+  if (descriptors == 0) return kCountAt + sizeof(std::uint32_t);
   const Record& entry = *entries;
   std::uint64_t end = kDataAt + block_length(entry);
   for (const auto& field : kTextFields<Record>) {
@@ -92,9 +100,8 @@ void write_descriptor(PacketWriter& packet, std::size_t at, const Record& entry)
 template <typename Record>
 void write_entries(_TAVPACKET& packet, const Record* entries, unsigned count) {
   PacketWriter writer(packet);
-  const bool query = packet.code == TAV_REQUEST_QUERYENTRY;
-  if (!query) writer.be32(kCountAt, count);
-  const unsigned descriptors = query ? std::min(count, 1U) : count;
+  if (packet.code != TAV_REQUEST_QUERYENTRY) writer.be32(kCountAt, count);
+  const unsigned descriptors = descriptors_of(packet.code, entries, count);
   for (unsigned i = 0; i < descriptors; ++i)
     write_descriptor(writer, static_cast<std::size_t>(descriptor_offset(packet.code, i)), *entries);
 }
@@ -107,7 +114,7 @@ int marshal(const Record* entries, _TAVPACKET* packet, unsigned* size, unsigned 
     return 1;
   }
   const std::uint64_t room = std::min<std::uint64_t>(*size, kPacketSize);
-  if (total > room || written_end(entries, count) > room) {
+  if (total > room || written_end(entries, descriptors_of(packet->code, entries, count)) > room) {
     AErrors::SetOsError(kTooLarge);
     return 0;
   }

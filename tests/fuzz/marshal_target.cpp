@@ -209,16 +209,19 @@ class Marshalling {
     return {first, first + sizeof packet};
   }
 
+  /// An entry query writes its one entry whatever the count.
+  bool writes_an_entry() const { return code_ == kQuery || count_ != 0; }
+
   bool fits() const {
     const std::size_t room = std::min<std::size_t>(room_, kPacketSize);
-    const std::uint64_t end = count_ == 0 ? 32 : really_needed(*owned_[0]);
+    const std::uint64_t end = writes_an_entry() ? really_needed(*owned_[0]) : 32;
     return total_ <= room && end <= room;
   }
 
   Bytes expected(Bytes packet) const {
     put_be32(packet, 0, static_cast<std::uint32_t>(total_));
     if (code_ == kQuery) {
-      if (count_ != 0) write_descriptor(packet, 40, *owned_[0]);
+      write_descriptor(packet, 40, *owned_[0]);
       return packet;
     }
     put_be32(packet, 28, count_);

@@ -113,6 +113,21 @@ TYPED_TEST(MarshalSize, NoEntriesNeedRoomForTheirCount) {
   }
 }
 
+// The length word counts no entry there, the room has to hold the one that is written.
+TYPED_TEST(MarshalSize, EntryQueryOfNoEntriesNeedsRoomForTheOneItWrites) {
+  this->caller.user("abc");
+  EXPECT_EQ(this->measured(0), 28U);
+  const PacketImage before = PacketImage(0xEE).byte(4, 3);
+  for (const auto& [room, result] : {std::pair{28U, 0}, {107U, 0}, {108U, 1}}) {
+    const auto packet = before.packet();
+    unsigned size = room;
+    SetOsError(0);
+    EXPECT_EQ(TypeParam::marshal(&this->caller.entry, packet.get(), &size, 0), result) << "room " << room;
+    EXPECT_EQ(GetOsError(), result == 0 ? kTooBig : 0U);
+    EXPECT_EQ(holds(*packet, before), result == 0) << "room " << room;
+  }
+}
+
 TYPED_TEST(MarshalSize, MeasuresFarMoreThanAPacketHolds) {
   this->caller.data(std::string(70000, 'x'));
   EXPECT_EQ(this->measured(), 70100U);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "protocol/entry_widths.h"
@@ -297,13 +298,24 @@ TYPED_TEST(Marshal, SecondDescriptorLiesOverTheBlock) {
 }
 
 TYPED_TEST(Marshal, EntryQueryHasOneDescriptorWhateverTheCount) {
+  this->caller.user("ab").data("\x01\x02");
   this->set_scalars();
-  const typename TypeParam::Entry entries[] = {this->caller.entry, this->caller.entry, this->caller.entry};
-  PacketImage expected(kFill);
-  expected.be32(0, 100 + 144).byte(4, kSingle);
-  lay_empty_descriptor(expected, 40);
-  this->lay_scalars(expected, 40);
-  this->expect_array(entries, 3, kSingle, expected);
+  CallerEntry<TypeParam> other;
+  other.user("unseen");
+  const typename TypeParam::Entry entries[] = {this->caller.entry, other.entry, {}};
+  const std::pair<unsigned, std::uint32_t> lengths[] = {{0, 28}, {1, 110}, {2, 206}, {3, 278}};
+  for (const auto& [count, length] : lengths) {
+    PacketImage expected(kFill);
+    expected.be32(0, length).byte(4, kSingle);
+    lay_empty_descriptor(expected, 40);
+    this->lay_scalars(expected, 40);
+    expected.be16(44, 0).be16(46, 2).be16(56, 8).be16(58, 2).text(96, "ab").bytes(104, {1, 2});
+    this->expect_array(entries, count, kSingle, expected);
+  }
+}
+
+TYPED_TEST(Marshal, EntryQueryWithoutAnEntryLeavesOnlyTheLength) {
+  this->expect_array(nullptr, 0, kSingle, PacketImage(kFill).be32(0, 28).byte(4, kSingle));
 }
 
 TYPED_TEST(Marshal, NoEntriesLeaveOnlyLengthAndCount) {
