@@ -147,6 +147,12 @@ TEST(HexToDigest, TakesUpperAndLowerCase) {
   EXPECT_EQ(parse("aBcDeFfEdCbA1aA100fF9Ff9807Fa00A"), expected);
 }
 
+TEST(HexToDigest, ReadsNothingBehindThe32Digits) {
+  const Digest expected{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+  for (const char* more : {"1", "12", "zz", "123456789abcdef0123456789abcdef0"})
+    EXPECT_EQ(parse(std::string("000102030405060708090a0b0c0d0e0f") + more), expected) << more;
+}
+
 TEST(HexToDigest, ReadsBackEveryByteValue) {
   for (unsigned first = 0; first < 256; first += 16) {
     Digest digest;
