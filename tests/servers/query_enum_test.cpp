@@ -1,5 +1,6 @@
 // An enumeration's steps: what each sends, and what its answer brings.
 
+#include <cstring>
 #include <cwchar>
 #include <string>
 
@@ -247,6 +248,22 @@ TEST_F(QueryEnum, ATextThatTheLocaleCannotConvertIsNineInTheNarrowForm) {
   _TAVENTRYW wide{};
   EXPECT_EQ(step(*enumeration, wide, entry), 0U);
   EXPECT_STREQ(wide.user, L"\u0416");
+}
+
+// The wide record is copied into the caller's first, and is what stays there.
+TEST_F(QueryEnum, ANarrowRecordHoldsTheWideOneWhenThatCannotBeConverted) {
+  WireEntry entry = sample_on_wire();
+  entry.user = u"alic\u0416";
+  auto enumeration = open();
+  _TAVENTRYA narrow{};
+  ASSERT_EQ(step(*enumeration, narrow, entry), 9U);
+  _TAVENTRYW wide{};
+  static_assert(sizeof wide == sizeof narrow);
+  std::memcpy(&wide, &narrow, sizeof wide);
+  EXPECT_STREQ(wide.user, L"ALIC\u0416");
+  EXPECT_STREQ(wide.string2, L"HOST.ONE");
+  EXPECT_STREQ(wide.string3, L"X.Y");
+  expect_sample_words(wide);
 }
 
 TEST_F(QueryEnum, AnUnknownServerIsEleven) {

@@ -29,6 +29,17 @@ class TavServer : public testing::Test {
  protected:
   static constexpr const char* secret = "open";
 
+  /// The request's completion routine hands a reply without an entry to an enumeration: its end.
+  void expect_to_take_an_answer() {
+    const auto filter = sample_record<_TAVENTRYW>();
+    TAVQueryEnum query(server.GetAddress(), filter, 0, 0, 0, nullptr);
+    const Bytes reply = tavtest::make_packet(0x83, 1);
+    std::memcpy(&request.packet, reply.data(), reply.size());
+    request.context = &query;
+    ASSERT_NE(request.completion, nullptr);
+    EXPECT_EQ(request.completion(&server, &request), 6U);
+  }
+
   FakeServer peer{secret};
   TAVServerInterface server{peer.address_number(), peer.port(), secret, 0};
   Request request;
@@ -39,8 +50,10 @@ TEST_F(TavServer, StartsUpAndAsLocalAsItWasMade) {
   EXPECT_EQ(server.IsCommUp(), 1);
   EXPECT_EQ(server.IsLocal(), 0);
   EXPECT_EQ(server.GetAddress(), peer.address_number());
-  TAVServerInterface local(peer.address_number(), peer.port(), secret, 1);
-  EXPECT_EQ(local.IsLocal(), 1);
+  for (const int given : {1, 5, -1, 0x100}) {
+    TAVServerInterface local(peer.address_number(), peer.port(), secret, given);
+    EXPECT_EQ(local.IsLocal(), given);
+  }
 }
 
 TEST_F(TavServer, GoesDownAndUpWhenTold) {
@@ -147,6 +160,29 @@ TEST_F(TavServer, QueriesThatFailLeaveItUp) {
   EXPECT_EQ(server.QueryEntry(0, 0, 0, sample_record<_TAVENTRYW>(), &request), 12U);
   EXPECT_EQ(server.QueryEntry(0, 0, 0, long_entry<_TAVENTRYW>(1000), &request), 11U);
   EXPECT_EQ(server.IsCommUp(), 1);
+}
+
+// What would take the answer is set before the request is sent, so it stands there also when that fails.
+TEST_F(TavServer, AVersionRequestThatIsNotSentKnowsWhatTakesItsAnswer) {
+  tavtest::SocketFaults faults;
+  faults.fail("sendto", ENETDOWN);
+  unsigned version = 5;
+  ASSERT_EQ(server.QueryVersion(version, &request), 12U);
+  EXPECT_EQ(request.context, &version);
+  ASSERT_NE(request.completion, nullptr);
+  Bytes reply = tavtest::make_packet(0x81, 1);
+  tavtest::put_be32(reply, 28, 0xfedcba98);
+  std::memcpy(&request.packet, reply.data(), reply.size());
+  EXPECT_EQ(request.completion(&server, &request), 0U);
+  EXPECT_EQ(version, 0xfedcba98U);
+}
+
+TEST_F(TavServer, AQueryThatIsNotSentKnowsWhatTakesItsAnswer) {
+  tavtest::SocketFaults faults;
+  faults.fail("sendto", ENETDOWN);
+  const auto filter = sample_record<_TAVENTRYW>();
+  ASSERT_EQ(server.QueryEntry(0, 0, 0, filter, &request), 12U);
+  expect_to_take_an_answer();
 }
 
 TEST_F(TavServer, AQueryWithoutAnEnumerationIsSettledWithSeventeen) {
