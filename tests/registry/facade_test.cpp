@@ -11,7 +11,8 @@ class Facade : public RegistryTest {
   Facade() {
     write(
         "top=1\n[A]\nnumber=4294967295\ndigits=\"42\"\nletters=\"x\"\ntext=\"a\\\"b\"\nlist='one''two'\n"
-        "bytes=$3432\nempty=$\nsigned=\"-1\"\nlarge=\"4294967338\"\n[A\\Child]\n[A\\Other]\n");
+        "bytes=$3432\nempty=$\nsigned=\"-1\"\nlarge=\"4294967338\"\nzero=\"010\"\nhex=\"0x1F\"\n"
+        "zeroline=010\nhexline=0x1F\n[A\\Child]\n[A\\Other]\n");
   }
   ~Facade() override { ARegKeyFileClose(root); }
 
@@ -79,6 +80,19 @@ TEST_F(Facade, HasNoKeyWhenClosed) {
   EXPECT_EQ(registry.GetKey(), nullptr);
 }
 
+TEST_F(Facade, ClosesItsHandle) {
+  ASSERT_EQ(registry.Open("A", 3), 1);
+  registry.Close();
+  unsigned number = 7;
+  std::string text = "old";
+  EXPECT_TRUE(fails_with(14, [&] { return registry.QueryValue("number", number); }));
+  EXPECT_TRUE(fails_with(14, [&] { return registry.QueryValue("text", text); }));
+  EXPECT_TRUE(fails_with(14, [&] { return registry.SetValue("text", "x"); }));
+  EXPECT_TRUE(fails_with(14, [&] { return registry.EnumKey(0, text); }));
+  EXPECT_EQ(number, 7U);
+  EXPECT_EQ(text, "old");
+}
+
 TEST_F(Facade, CreatesWithWriteAccessAllTheSame) {
   ASSERT_EQ(registry.Create("New", 1), 1);
   EXPECT_NE(registry.GetKey(), nullptr);
@@ -115,7 +129,8 @@ INSTANTIATE_TEST_SUITE_P(Of, FacadeNumber,
                          testing::Values(Number{"number", 4294967295U}, Number{"digits", 42},
                                          Number{"letters", 0}, Number{"bytes", 42}, Number{"empty", 0},
                                          Number{"list", 0}, Number{"signed", 4294967295U},
-                                         Number{"large", 42}),
+                                         Number{"large", 42}, Number{"zero", 10}, Number{"hex", 0},
+                                         Number{"zeroline", 10}, Number{"hexline", 0}),
                          case_name<Number>);
 
 TEST_F(Facade, ReadsTexts) {

@@ -3,7 +3,7 @@
 #include <tavlib/registry/file_locker.h>
 #include <unistd.h>
 
-#include <csignal>
+#include <utility>
 
 #include "registry/libc_hooks.h"
 #include "registry/registry_fixture.h"
@@ -90,6 +90,27 @@ TEST_F(FileLockerTest, CannotLockExclusivelyWhatIsOpenForReading) {
   EXPECT_TRUE(fails_with(9, [&] { return locker.DoLock(AFileLocker::Exclusive); }));
   EXPECT_EQ(locker.kind, AFileLocker::Shared);
   EXPECT_TRUE(fails_with(9, [&] { return locker.IsValid(); }));
+}
+
+TEST_F(FileLockerTest, KeepsItsErrorWhenALaterLockSucceeds) {
+  TestLocker locker(opened(O_RDONLY), AFileLocker::Unlocked);
+  ASSERT_TRUE(fails_with(9, [&] { return locker.DoLock(AFileLocker::Exclusive); }));
+  EXPECT_EQ(locker.DoLock(AFileLocker::Shared), 1);
+  EXPECT_EQ(locker.kind, AFileLocker::Shared);
+  EXPECT_FALSE(others_can_lock(path, F_WRLCK));
+  EXPECT_EQ(locker.error, 9U);
+  EXPECT_TRUE(fails_with(9, [&] { return locker.IsValid(); }));
+}
+
+// It unlocks only where every lock call succeeded.
+TEST_F(FileLockerTest, LeavesItsLockWhereALockCallFailed) {
+  {
+    TestLocker locker(opened(O_RDONLY), AFileLocker::Shared);
+    ASSERT_EQ(locker.DoLock(AFileLocker::Exclusive), 0);
+  }
+  EXPECT_FALSE(others_can_lock(path, F_WRLCK));
+  close(std::exchange(fd, -1));
+  EXPECT_TRUE(others_can_lock(path, F_WRLCK));
 }
 
 TEST_F(FileLockerTest, LeavesTheErrorAloneWhenItUnlocks) {
