@@ -4,9 +4,10 @@
 
 namespace tavlib {
 
+long last_request_id = 0;
+
 unsigned next_request_id() {
-  static long lastId = 0;
-  return static_cast<unsigned>(InterlockedIncrement(&lastId));
+  return static_cast<unsigned>(InterlockedIncrement(&last_request_id));
 }
 
 }  // namespace tavlib

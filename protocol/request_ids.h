@@ -3,6 +3,9 @@
 
 namespace tavlib {
 
+/// The id given out last, in the low 32 bits; 0 when the library is loaded.
+extern long last_request_id;
+
 /// A new request id. All servers share one counter, which starts at 1 and wraps; any thread may ask.
 unsigned next_request_id();
 
