@@ -95,6 +95,17 @@ TEST_F(AddEntry, PassesAServerThatFailedOverUntilTheNextInitialise) {
   EXPECT_EQ(TAVAddEntryA(&entry), 2);
 }
 
+// The first server lets the add wait twice, the second one once.
+TEST_F(AddEntry, WaitsFifteenSecondsWhateverTimeoutIsSetBeforeItAndMeanwhile) {
+  EXPECT_EQ(TAVSetTimeout(1), 1);
+  time.script({[this] {
+    EXPECT_EQ(TAVSetTimeout(600), 1);
+    server.reply_interim(server.receive());
+  }});
+  EXPECT_EQ(TAVAddEntryA(&entry), 0);
+  EXPECT_EQ(time.timeouts(), std::vector<long long>(3, 15'000'000));
+}
+
 TEST_F(AddEntry, ThatDoesNotFitARequestGives0AndSendsNothing) {
   std::string big(2000, 'u');
   entry.user = big.data();
