@@ -208,11 +208,20 @@ TEST_F(SsoInit, ExitLeavesTheHostsOwnInitialisation) {
   EXPECT_GE(TAVGetSocket(address()), 0);
 }
 
-TEST_F(SsoInit, ExitWithoutASuccessfulInitOnlyClearsTheFlag) {
+TEST_F(SsoInit, ExitWithoutAnInitDoesNothing) {
   ASSERT_EQ(TAVInitialize(), 1);
   SSO_Exit();
-  EXPECT_EQ(g_SsoReady, 0u);
   EXPECT_EQ(init_count(), 1u);
+  EXPECT_TRUE(loop.removed.empty());
+}
+
+// The flag is the earlier start's until the failed one clears it.
+TEST_F(SsoInit, ExitAfterAnInitThatFailedDoesNothing) {
+  ASSERT_NE(SSO_Init(), nullptr);
+  write_gateway({});
+  ASSERT_EQ(SSO_Init(), nullptr);
+  SSO_Exit();
+  EXPECT_EQ(init_count(), 2u);
   EXPECT_TRUE(loop.removed.empty());
 }
 
