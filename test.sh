@@ -22,7 +22,7 @@ cannot be downloaded is left out, and the table says so.
   --preset NAME  one of: ${presets[*]}
                  (release when none is given; asan stands for AddressSanitizer and UndefinedBehaviorSanitizer,
                  tsan for ThreadSanitizer)
-  FILTER         run only the tests whose names match this regular expression
+  FILTER         run only the test programs whose names match this regular expression
   -h, --help     print this and exit
 
 Exit codes: 0 every test that was run passed, 2 wrong argument, anything else: a failure.

@@ -71,7 +71,7 @@ cross_sysroot() {
 suite_configure() {
   local folder=$1 target=$2 compiler=$3 options c_compiler=gcc
   shift 3
-  options=(-DTAVLIB_WARNINGS_AS_ERRORS=ON -DTAVLIB_TESTS_BY_PROGRAM=ON "$@")
+  options=(-DTAVLIB_WARNINGS_AS_ERRORS=ON "$@")
   if [ "$target" != x86_64 ]; then
     options+=(--toolchain "$PWD/cmake/cross.cmake" -DTAVLIB_TARGET="$target" -DTAVLIB_SYSROOT="$PWD/build/sysroot/$target")
     if [ "$compiler" = clang++ ]; then options+=(-DTAVLIB_CLANG=ON); fi

@@ -213,7 +213,7 @@ class SignOnThread {
   Ended forgotten_;  // its look-up ends with the layer, without a callback
 };
 
-constexpr unsigned sign_on_rounds = 400;
+constexpr unsigned sign_on_rounds = 1500;
 
 }  // namespace
 
