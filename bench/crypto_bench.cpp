@@ -52,7 +52,7 @@ void md5_libcrypto(benchmark::State& state) {
 
 void blowfish_tavlib(benchmark::State& state) {
   const auto packet = packet_of(state);
-  const CBlowfish cipher(key, kKeySize);
+  CBlowfish cipher(key, kKeySize);
   std::vector<unsigned char> out(packet.size() + 8);
   for ([[maybe_unused]] auto turn : state) {
     cipher.encryptString(packet.data(), static_cast<unsigned>(packet.size()), out.data(),

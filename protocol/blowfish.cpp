@@ -67,25 +67,26 @@ void store_block(unsigned char* bytes, Halves block) {
   store_be32(bytes + 4, block.right);
 }
 
-}  // namespace
-
-CBlowfish::CBlowfish(const char* key, int length) {
-  setKey(reinterpret_cast<const unsigned char*>(key), std::clamp(length, 0, kMaxKeyBytes));
+// Enciphers as many blocks of bytes as that, in step.
+template <std::size_t blocks>
+void encrypt_bytes(const std::uint32_t (&s)[4][256], const std::uint32_t (&p)[18], const unsigned char* in,
+                   unsigned char* out) {
+  std::array<Halves, blocks> block;
+  for (std::size_t i = 0; i < blocks; ++i)
+    block[i] = load_block(in + i * kBlock);
+  encipher_blocks(s, p, block);
+  for (std::size_t i = 0; i < blocks; ++i)
+    store_block(out + i * kBlock, block[i]);
 }
 
-CBlowfish::CBlowfish(unsigned char* key, int length) {
-  setKey(key, std::clamp(length, 0, kMaxKeyBytes));
+void decrypt_bytes(const std::uint32_t (&s)[4][256], const std::uint32_t (&p)[18], const unsigned char* in,
+                   unsigned char* out) {
+  store_block(out, decipher_block(s, p, load_block(in)));
 }
 
-void CBlowfish::init() {
-  std::copy(tavlib::kBlowfishP.begin(), tavlib::kBlowfishP.end(), p);
-  for (std::size_t box = 0; box < 4; ++box) {
-    std::copy(tavlib::kBlowfishS[box].begin(), tavlib::kBlowfishS[box].end(), s[box]);
-  }
-}
-
-void CBlowfish::setKey(const unsigned char* key, int length) {
-  init();
+// Mixes the key into freshly loaded tables.
+void mix_key(std::uint32_t (&s)[4][256], std::uint32_t (&p)[18], const unsigned char* key, int keyLength) {
+  const int length = std::clamp(keyLength, 0, kMaxKeyBytes);
   int position = 0;
   for (std::uint32_t& entry : p) {
     std::uint32_t word = 0;
@@ -110,73 +111,83 @@ void CBlowfish::setKey(const unsigned char* key, int length) {
   }
 }
 
-unsigned CBlowfish::F(long x) const {
+}  // namespace
+
+CBlowfish::CBlowfish(const char* key, int length) {
+  init();
+  mix_key(s, p, reinterpret_cast<const unsigned char*>(key), length);
+}
+
+CBlowfish::CBlowfish(unsigned char* key, int length) {
+  init();
+  mix_key(s, p, key, length);
+}
+
+void CBlowfish::init() {
+  std::copy(tavlib::kBlowfishP.begin(), tavlib::kBlowfishP.end(), p);
+  for (std::size_t box = 0; box < 4; ++box) {
+    std::copy(tavlib::kBlowfishS[box].begin(), tavlib::kBlowfishS[box].end(), s[box]);
+  }
+}
+
+unsigned CBlowfish::F(long x) {
   return round_function(s, static_cast<std::uint32_t>(x));
 }
 
-void CBlowfish::encipher(long* left, long* right) const {
+void CBlowfish::encipher(long* left, long* right) {
   const Halves block =
       encipher_block(s, p, {static_cast<std::uint32_t>(*left), static_cast<std::uint32_t>(*right)});
   *left = static_cast<long>(block.left);
   *right = static_cast<long>(block.right);
 }
 
-void CBlowfish::decipher(long* left, long* right) const {
+void CBlowfish::decipher(long* left, long* right) {
   const Halves block =
       decipher_block(s, p, {static_cast<std::uint32_t>(*left), static_cast<std::uint32_t>(*right)});
   *left = static_cast<long>(block.left);
   *right = static_cast<long>(block.right);
 }
 
-void CBlowfish::encrypt(const unsigned char* in, unsigned char* out) const {
-  store_block(out, encipher_block(s, p, load_block(in)));
+void CBlowfish::encrypt(unsigned char* in, unsigned char* out) {
+  encrypt_bytes<1>(s, p, in, out);
 }
 
-void CBlowfish::decrypt(const unsigned char* in, unsigned char* out) const {
-  store_block(out, decipher_block(s, p, load_block(in)));
-}
-
-void CBlowfish::encryptLanes(const unsigned char* in, unsigned char* out) const {
-  std::array<Halves, kLanes> block;
-  for (std::size_t i = 0; i < kLanes; ++i)
-    block[i] = load_block(in + i * kBlock);
-  encipher_blocks(s, p, block);
-  for (std::size_t i = 0; i < kLanes; ++i)
-    store_block(out + i * kBlock, block[i]);
+void CBlowfish::decrypt(unsigned char* in, unsigned char* out) {
+  decrypt_bytes(s, p, in, out);
 }
 
 int CBlowfish::encryptString(const unsigned char* in, unsigned inLength, unsigned char* out,
-                             unsigned outLength) const {
+                             unsigned outLength) {
   const std::uint64_t needed = (std::uint64_t{inLength} / kBlock + 1) * kBlock;
   if (outLength < needed) return -1;
 
   const unsigned whole = inLength / kBlock * kBlock;
   unsigned at = 0;
   for (; whole - at >= kLanes * kBlock; at += kLanes * kBlock)
-    encryptLanes(in + at, out + at);
+    encrypt_bytes<kLanes>(s, p, in + at, out + at);
   for (; at < whole; at += kBlock)
-    encrypt(in + at, out + at);
+    encrypt_bytes<1>(s, p, in + at, out + at);
 
   std::array<unsigned char, kBlock> last{};
   std::copy_n(in + whole, inLength - whole, last.begin());
-  encrypt(last.data(), out + whole);
+  encrypt_bytes<1>(s, p, last.data(), out + whole);
   return static_cast<int>(needed);
 }
 
 int CBlowfish::decryptString(const unsigned char* in, unsigned inLength, unsigned char* out,
-                             unsigned outLength) const {
+                             unsigned outLength) {
   if (inLength % kBlock != 0) return 0;
   std::fill_n(out, outLength, static_cast<unsigned char>(0));
   const std::uint64_t total = std::uint64_t{inLength} + kBlock;
   for (std::uint64_t at = 0; at < total; at += kBlock)
-    decrypt(in + at, out + at);
+    decrypt_bytes(s, p, in + at, out + at);
   return static_cast<int>(total);
 }
 
-unsigned CBlowfish::getRequiredCipherLength(unsigned n) const {
+unsigned CBlowfish::getRequiredCipherLength(unsigned n) {
   return (n / kBlock + 1) * kBlock;
 }
 
-unsigned CBlowfish::getMaxDecipheredLength(unsigned n) const {
+unsigned CBlowfish::getMaxDecipheredLength(unsigned n) {
   return n / kBlock * kBlock + kBlock;
 }

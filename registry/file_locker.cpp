@@ -39,6 +39,6 @@ int AFileLocker::DoLock(FILELOCKER wanted) {
   return 1;
 }
 
-int AFileLocker::IsValid() const {
+int AFileLocker::IsValid() {
   return error == 0 ? 1 : tavlib::fail(error);
 }

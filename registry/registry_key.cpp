@@ -25,7 +25,7 @@ bool repeats(const char* entry, const char* previous) {
 }
 
 /// The first section of the `index`-th child; null past the end.
-const char* find_child(const ARegistryKeyList& subkeys, unsigned index) {
+const char* find_child(ARegistryKeyList& subkeys, unsigned index) {
   const char* previous = nullptr;
   unsigned given = 0;
   unsigned position = 0;

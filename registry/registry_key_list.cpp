@@ -31,7 +31,7 @@ int ARegistryKeyList::Enter(const char* name) {
   return 1;
 }
 
-const char* ARegistryKeyList::Enum(unsigned index) const {
+const char* ARegistryKeyList::Enum(unsigned index) {
   return index < count ? entries[index] : nullptr;
 }
 

@@ -41,7 +41,7 @@ TEST_F(FileLockerTest, HasItsFieldsInOrder) {
 }
 
 TEST_F(FileLockerTest, KeepsOthersFromWritingWhileShared) {
-  const TestLocker locker(opened(O_RDONLY), AFileLocker::Shared);
+  TestLocker locker(opened(O_RDONLY), AFileLocker::Shared);
   EXPECT_EQ(locker.IsValid(), 1);
   EXPECT_EQ(locker.error, 0U);
   EXPECT_EQ(locker.fd, fd);
@@ -125,7 +125,7 @@ TEST_F(FileLockerTest, LeavesTheErrorAloneWhenItUnlocks) {
 
 TEST_F(FileLockerTest, GoesOnWaitingAfterASignal) {
   const CallFails interrupted(Call::lock, 1, EINTR);
-  const AFileLocker locker(opened(O_RDWR), AFileLocker::Exclusive);
+  AFileLocker locker(opened(O_RDWR), AFileLocker::Exclusive);
   EXPECT_EQ(locker.IsValid(), 1);
   EXPECT_FALSE(others_can_lock(path, F_RDLCK));
 }
@@ -145,7 +145,7 @@ TEST_F(FileLockerTest, WaitsForTheOtherProcess) {
     about_to_wait.open();
     return 0;
   });
-  const AFileLocker locker(opened(O_RDWR), AFileLocker::Shared);
+  AFileLocker locker(opened(O_RDWR), AFileLocker::Shared);
   EXPECT_EQ(locker.IsValid(), 1);
   EXPECT_EQ(content(), "y");
   EXPECT_EQ(other.result(), 0);

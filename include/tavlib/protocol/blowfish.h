@@ -11,8 +11,7 @@
 /// under a key of at most 5 bytes: a longer key is cut to its first 5.
 ///
 /// Blocks are 8 bytes, their halves big-endian on every host, each enciphered on its own: no chaining, no
-/// initial vector. An object never changes after construction except through init, so several threads may use
-/// it at once.
+/// initial vector. No operation but init changes an object, so several threads may use it at once.
 class TAVLIB_API CBlowfish {
  public:
   /// Prepares the tables for the first `length` bytes of `key`, at most 5. A `length` of 0 or less leaves the
@@ -24,39 +23,37 @@ class TAVLIB_API CBlowfish {
   void init();
 
   /// The round function of the low 32 bits of `x`.
-  unsigned F(long x) const;
+  unsigned F(long x);
 
   /// Enciphers or deciphers one block given as its two halves, in place. A half is the low 32 bits of its
   /// word; the result is stored zero-extended.
-  void encipher(long* left, long* right) const;
-  void decipher(long* left, long* right) const;
+  void encipher(long* left, long* right);
+  void decipher(long* left, long* right);
 
-  /// Enciphers or deciphers the 8 bytes at `in` to the 8 bytes at `out`, which may be the same.
-  void encrypt(const unsigned char* in, unsigned char* out) const;
-  void decrypt(const unsigned char* in, unsigned char* out) const;
+  /// Enciphers or deciphers the 8 bytes at `in` to the 8 bytes at `out`, which may be the same. Only `out` is
+  /// written.
+  void encrypt(unsigned char* in, unsigned char* out);
+  void decrypt(unsigned char* in, unsigned char* out);
 
   /// Enciphers `inLength` bytes, followed by zero bytes up to getRequiredCipherLength(inLength). An input
   /// that fills whole blocks gains a block of zeros. Returns the number of bytes written, or -1 with nothing
   /// written when `outLength` is less than that.
-  int encryptString(const unsigned char* in, unsigned inLength, unsigned char* out, unsigned outLength) const;
+  int encryptString(const unsigned char* in, unsigned inLength, unsigned char* out, unsigned outLength);
 
   /// Deciphers `inLength` bytes and the 8 bytes that follow them, the counterpart of the extra block of
   /// encryptString: `in` must have inLength + 8 readable bytes and `out` room for
   /// getMaxDecipheredLength(inLength), whatever `outLength` says. `outLength` bytes of `out` are zeroed
   /// first. Returns the number of bytes written, or 0 with nothing written when `inLength` is not a multiple
   /// of 8.
-  int decryptString(const unsigned char* in, unsigned inLength, unsigned char* out, unsigned outLength) const;
+  int decryptString(const unsigned char* in, unsigned inLength, unsigned char* out, unsigned outLength);
 
   /// The room that encryptString needs for `n` bytes: (n / 8 + 1) * 8.
-  unsigned getRequiredCipherLength(unsigned n) const;
+  unsigned getRequiredCipherLength(unsigned n);
 
   /// The room that decryptString needs for `n` bytes: `n` rounded down to a multiple of 8, plus 8.
-  unsigned getMaxDecipheredLength(unsigned n) const;
+  unsigned getMaxDecipheredLength(unsigned n);
 
  protected:
-  void setKey(const unsigned char* key, int length);
-  void encryptLanes(const unsigned char* in, unsigned char* out) const;
-
   std::uint32_t s[4][256]{};
   std::uint32_t p[18]{};
   int rounds{16};

@@ -31,7 +31,7 @@ class TAVLIB_API AFileLocker {
   int DoLock(FILELOCKER wanted);
 
   /// 1 when no lock call failed; else 0, with that failure's code set as the run-time error.
-  int IsValid() const;
+  int IsValid();
 
  protected:
   std::uint32_t error{0};

@@ -21,7 +21,7 @@ class TAVLIB_API ARegistryKeyList {
   int Enter(const char* name);
 
   /// The path at `index`, owned by the list; null past the end.
-  const char* Enum(unsigned index) const;
+  const char* Enum(unsigned index);
 
   /// Removes the last entry that equals `name`, ignoring case. 1; 0 with error 2 when there is none, or with
   /// error 13 when something lies below it or the next entry repeats it.

@@ -12,9 +12,9 @@ bool has_functions() {
 }
 
 bool has_classes() {
-  const unsigned char block[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  unsigned char block[8] = {1, 2, 3, 4, 5, 6, 7, 8};
   unsigned char out[8];
-  const CBlowfish cipher("key", 3);
+  CBlowfish cipher("key", 3);
   cipher.encrypt(block, out);
   cipher.decrypt(out, out);
   return std::memcmp(block, out, sizeof out) == 0;
