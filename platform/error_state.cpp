@@ -3,6 +3,10 @@
 #include <cerrno>
 #include <cstring>
 
+// Here and not in the header: the library exports them, as every operation of its classes.
+AErrors::AErrors() = default;
+AErrors::~AErrors() = default;
+
 unsigned AErrors::GetOsError() {
   return static_cast<unsigned>(errno);
 }

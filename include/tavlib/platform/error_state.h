@@ -32,9 +32,11 @@ TAVLIB_END_C
 
 #ifdef __cplusplus
 
-/// The functions above as static members.
+/// The functions above as static members. An object has no data, and making and destroying one does nothing.
 class TAVLIB_API AErrors {
  public:
+  AErrors();
+  ~AErrors();  // NOLINT(performance-trivially-destructible): a host finds it in the library.
   static unsigned GetOsError();
   static unsigned GetRtlError();
   static void SetOsError(unsigned code);
