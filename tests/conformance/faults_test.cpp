@@ -265,14 +265,23 @@ TEST_F(OneFault, ABlockingExchangeGivesUpAfter15Seconds) {
   EXPECT_EQ(clock.timeouts(), (std::vector<long long>{15'000'000}));
 }
 
+// Once the server has answered a request that came later, it has read this one, too.
 TEST_F(OneFault, AServerWithAnotherPassPhraseNeverAnswers) {
-  start({});
+  start({"--trace"});
   library_.reset();
-  config_->write_servers({{"127.0.0.1", sim_->configured().port, "Secret"}});
+  const auto port = static_cast<unsigned short>(sim_->configured().port);
+  config_->write_servers({{"127.0.0.1", port, "Secret"}});
   library_ = std::make_unique<Library>();
-  const FakeTime clock;
+  FakeTime clock;
+  clock.on_wait([&](int, timeval) {
+    clock.on_wait({});
+    clock.really_wait(std::chrono::seconds(5));
+    TAVServerInterface trusted(server, port, "secret", 0);
+    EXPECT_EQ(trusted.ListenStop(), 0U);
+    clock.really_wait(std::chrono::seconds(0));
+  });
   EXPECT_EQ(error_of(TAVQueryVersion(server, &version_)), 4U);
-  EXPECT_TRUE(sim_->stop().empty());
+  EXPECT_EQ(sim_->stop().size(), 1U) << "only the later one counts as a request";
 }
 
 }  // namespace
