@@ -259,12 +259,16 @@ TEST_F(Threads, CountTheirInitialisationsWhileOthersAreInTraffic) {
 TEST_F(Threads, MayInitialiseFurtherWhileOneAddsEntries) {
   const Library library;
   std::atomic<bool> done{false};
-  std::thread counting([&done] {
+  std::atomic<bool> counted{false};
+  std::thread counting([&] {
     while (!done) {
       EXPECT_EQ(TAVInitialize(), 1);
       TAVExit();
+      counted = true;
     }
   });
+  while (!counted)
+    std::this_thread::yield();
   const _TAVENTRYA entry{};
   for (unsigned round = 0; round < rounds; ++round)
     EXPECT_EQ(TAVAddEntryA(&entry), 2);
