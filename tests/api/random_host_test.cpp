@@ -2,6 +2,7 @@
 // waits, polls, pops, gives up, closes enumerations in flight, and looks users up in every way, while the
 // server answers as it likes. Each owner is told once, with a code that fits, and nothing is left behind.
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <random>
@@ -273,6 +274,9 @@ void RandomHost::end() {
     TAVExit();
   EXPECT_EQ(g_ServerList, nullptr);
   EXPECT_EQ(init_count(), 0u);
+  const auto told =
+      std::count_if(lookups.begin(), lookups.end(), [](const auto& each) { return each->told == 1; });
+  EXPECT_GT(told, 10) << "an exit ends many, but not nearly all";
 }
 
 }  // namespace
