@@ -1,12 +1,12 @@
 #ifndef TAVLIB_EVENT_LOOP_H
 #define TAVLIB_EVENT_LOOP_H
 
-// The host's event loop. Weak, so that a host without one can load the library: the names are then null.
+#include <tavlib/api/sso.h>
 
-extern "C" {
+// The host's event loop. The library's own references are weak, so that a host without one can load the
+// library: the names are then null.
 
-__attribute__((weak)) int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument);
-__attribute__((weak)) int T_event_del_socket(int socket);
-}
+#pragma weak T_event_set_socket
+#pragma weak T_event_del_socket
 
 #endif

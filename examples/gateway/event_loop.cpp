@@ -1,6 +1,7 @@
 #include "event_loop.h"
 
 #include <sys/epoll.h>
+#include <tavlib/tavlib.h>
 #include <unistd.h>
 
 #include <array>
@@ -54,15 +55,14 @@ bool EventLoop::run_once(int milliseconds) {
 
 }  // namespace gateway
 
-// The two functions by which the library finds the loop. They must be visible outside the program.
+// The two functions by which the library finds the loop, as its header declares them.
 extern "C" {
 
-__attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*ready)(int, void*),
-                                                              void* argument) {
+int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument) {
   return gateway::EventLoop::instance().watch(socket, ready, argument);
 }
 
-__attribute__((visibility("default"))) int T_event_del_socket(int socket) {
+int T_event_del_socket(int socket) {
   return gateway::EventLoop::instance().forget(socket);
 }
 }

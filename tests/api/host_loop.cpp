@@ -1,6 +1,7 @@
 #include "api/host_loop.h"
 
 #include <poll.h>
+#include <tavlib/api/sso.h>
 
 #include <stdexcept>
 
@@ -41,13 +42,12 @@ HostLoop& host_loop() {
 
 extern "C" {
 
-__attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*ready)(int, void*),
-                                                              void* argument) {
+int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument) {
   tavtest::host_loop().set.push_back({socket, ready, argument});
   return -1;  // of no interest to the library
 }
 
-__attribute__((visibility("default"))) int T_event_del_socket(int socket) {
+int T_event_del_socket(int socket) {
   tavtest::HostLoop& loop = tavtest::host_loop();
   loop.removed.push_back({socket, g_ServerList != nullptr});
   if (loop.then) loop.then();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/epoll.h>
+#include <tavlib/api/sso.h>
 #include <unistd.h>
 
 #include <array>
@@ -67,16 +68,14 @@ void EventLoop::remove(int socket) {
 
 }  // namespace tavtest
 
-// The library looks for these two by name, so they have to be visible in the program.
 extern "C" {
 
-__attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*ready)(int, void*),
-                                                              void* argument) {
+int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument) {
   if (tavtest::living != nullptr) tavtest::living->add(socket, ready, argument);
   return 0;
 }
 
-__attribute__((visibility("default"))) int T_event_del_socket(int socket) {
+int T_event_del_socket(int socket) {
   if (tavtest::living != nullptr) tavtest::living->remove(socket);
   return 0;
 }

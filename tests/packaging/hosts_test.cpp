@@ -1,5 +1,6 @@
-// Small hosts, just as they are built for anybody: in C++ with and without exceptions, in C11, and one
-// without event loop functions that loads the library while it runs. Each looks users up at a server process.
+// Small hosts, just as they are built for anybody: in C++ with and without exceptions, in C11, one without
+// event loop functions that loads the library while it runs, and two whose event loop the library finds by
+// the header's declarations alone. Each looks users up at a server process.
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -28,7 +29,9 @@ INSTANTIATE_TEST_SUITE_P(All, Host,
                          testing::Values(Program{"Cpp", "'" LOOKUP "'"},
                                          Program{"CppWithoutExceptions", "'" PLAIN_HOST "'"},
                                          Program{"C11", "'" LOOKUP_C "'"},
-                                         Program{"Dlopen", "'" LOOKUP_DLOPEN "' '" TAVLIB_LIBRARY "'"}),
+                                         Program{"Dlopen", "'" LOOKUP_DLOPEN "' '" TAVLIB_LIBRARY "'"},
+                                         Program{"CppWithEventLoop", "'" EVENT_LOOP_HOST_CPP "'"},
+                                         Program{"C11WithEventLoop", "'" EVENT_LOOP_HOST_C "'"}),
                          [](const auto& each) { return std::string(each.param.name); });
 
 TEST_P(Host, FindsAUser) {

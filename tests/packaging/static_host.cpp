@@ -138,12 +138,12 @@ int print_name() {
 
 #ifdef WITH_EVENT_LOOP
 
-extern "C" int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument) {
+int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument) {
   watched = {socket, ready, argument};
   return 0;
 }
 
-extern "C" int T_event_del_socket(int socket) {
+int T_event_del_socket(int socket) {
   removed = socket == watched.socket;
   return 0;
 }

@@ -4,15 +4,8 @@
 // Single sign-on: which user is at this address? A layer for gateways over one TAV server, the gateway's own,
 // whose address is the value "gwtav" of the key "tavlib\Addresses" in the configuration file.
 //
-// The host may define two functions with C linkage, through which the layer puts the server's socket into the
-// host's event loop; the library looks for them when it is loaded and does without them if they are missing:
-//
-//   int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument);
-//   int T_event_del_socket(int socket);
-//
-// When the socket is readable, the loop calls `ready` with a number of its own, which comes back as the
-// result, and with `argument`. The results of the two functions are ignored. Everything here belongs to the
-// event loop's thread.
+// The host may define T_event_set_socket and T_event_del_socket, through which the layer puts the server's
+// socket into the host's event loop. Everything here belongs to the event loop's thread.
 
 #include <tavlib/export.h>
 
@@ -27,6 +20,22 @@ class TAVQueryEnum;
 #endif
 
 TAVLIB_BEGIN_C
+
+/// The two functions of a host that has an event loop. The library looks for them when it is loaded. Without
+/// them asynchronous look-ups end only when a blocking one reads their answer, by SSO_ExpireLookups and by
+/// SSO_Exit.
+///
+/// T_event_set_socket adds a socket to the loop. Whenever that is readable, the loop calls `ready` with a
+/// number of its own, which comes back as the result, and with `argument`. T_event_del_socket removes it
+/// again. Their results are ignored. What they throw leaves SSO_Init or SSO_Exit, and the library then stays
+/// initialised.
+///
+/// After these declarations a definition outside every namespace has C linkage and default visibility,
+/// whatever the compiler's flags say. In C++ write extern "C" all the same: only then is a definition with
+/// other parameter types an error. Without it that is another function, and the library finds none.
+__attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*ready)(int, void*),
+                                                              void* argument);
+__attribute__((visibility("default"))) int T_event_del_socket(int socket);
 
 /// Told once how a look-up ended: `success` is 1 when it ran (a user, or none at the address), 0 when it
 /// failed, with the reason in the last error.

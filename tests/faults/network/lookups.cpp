@@ -1,6 +1,7 @@
 #include "faults/network/lookups.h"
 
 #include <poll.h>
+#include <tavlib/api/sso.h>
 
 #include <cstring>
 #include <string>
@@ -158,16 +159,14 @@ void serve_socket(unsigned long server) {
 
 }  // namespace tavtest
 
-// The library looks for these two by name, so they have to be visible in the program.
 extern "C" {
 
-__attribute__((visibility("default"))) int T_event_set_socket(int /*socket*/, int (*ready)(int, void*),
-                                                              void* argument) {
+int T_event_set_socket(int /*socket*/, int (*ready)(int, void*), void* argument) {
   tavtest::registration() = {ready, argument};
   return 0;
 }
 
-__attribute__((visibility("default"))) int T_event_del_socket(int /*socket*/) {
+int T_event_del_socket(int /*socket*/) {
   return 0;
 }
 }

@@ -204,13 +204,12 @@ TEST_F(Lookups, SurvivePairsOfFaults) {
 
 extern "C" {
 
-__attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*ready)(int, void*),
-                                                              void* argument) {
+int T_event_set_socket(int socket, int (*ready)(int, void*), void* argument) {
   tavtest::loop = {socket, ready, argument};
   return 0;
 }
 
-__attribute__((visibility("default"))) int T_event_del_socket(int /*socket*/) {
+int T_event_del_socket(int /*socket*/) {
   return 0;
 }
 }
