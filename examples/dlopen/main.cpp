@@ -8,6 +8,7 @@
 #include <endian.h>
 #include <tavlib/tavlib.h>
 
+#include <clocale>
 #include <iostream>
 
 namespace {
@@ -44,6 +45,7 @@ int main(int count, char** arguments) {
     std::cerr << "usage: lookup_dlopen LIBRARY ADDRESS\n";
     return 2;
   }
+  std::setlocale(LC_CTYPE, "");  // by which the library converts names of more than ASCII
   void* const library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     std::cerr << "lookup_dlopen: " << dlerror() << '\n';

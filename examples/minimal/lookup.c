@@ -1,18 +1,27 @@
-/* Prints who is at an address: lookup_c 10.1.0.11 */
+/* Prints who is at an address: lookup_c 10.1.0.11. Waits for the answer, up to 300 seconds. */
 #define _DEFAULT_SOURCE /* for endian.h */
 #include <arpa/inet.h>
 #include <endian.h>
+#include <locale.h>
 #include <stdio.h>
 #include <tavlib/tavlib.h>
 
 int main(int count, char** arguments) {
-  if (count != 2) return 2;
   char user[65] = "", group[65] = ""; /* the library gets 64 of the 65 bytes, so each text ends with a zero */
-  unsigned long address = htole32(inet_addr(arguments[1])); /* the same number on every host */
-  int ran = SSO_Init() != NULL && SSO_GetUserByAddr(address, user, 64, group, 64);
+  in_addr_t address = count == 2 ? inet_addr(arguments[1]) : INADDR_NONE;
+  if (address == INADDR_NONE) {
+    fputs("usage: lookup_c ADDRESS\n", stderr);
+    return 2;
+  }
+  setlocale(LC_CTYPE, ""); /* by which the library converts names of more than ASCII */
+  if (SSO_Init() == NULL) {
+    fprintf(stderr, "lookup_c: SSO_Init: error %u\n", SSO_GetLastError());
+    return 1;
+  }
+  int ran = SSO_GetUserByAddr(htole32(address), user, 64, group, 64); /* the same number on every host */
+  if (!ran) fprintf(stderr, "lookup_c: SSO_GetUserByAddr: error %u\n", SSO_GetLastError());
   if (ran && *user) printf("%s, %s\n", user, group);
   if (ran && !*user) puts("nobody");
-  if (!ran) fprintf(stderr, "lookup_c: error %u\n", SSO_GetLastError());
   SSO_Exit();
   return ran ? 0 : 1;
 }

@@ -1,18 +1,27 @@
-// Prints who is at an address: lookup 10.1.0.11
+// Prints who is at an address: lookup 10.1.0.11. Waits for the answer, up to 300 seconds.
 #include <arpa/inet.h>
 #include <endian.h>
 #include <tavlib/tavlib.h>
 
+#include <clocale>
 #include <iostream>
 
 int main(int count, char** arguments) {
-  if (count != 2) return 2;
+  const in_addr_t address = count == 2 ? inet_addr(arguments[1]) : INADDR_NONE;
+  if (address == INADDR_NONE) {
+    std::cerr << "usage: lookup ADDRESS\n";
+    return 2;
+  }
+  std::setlocale(LC_CTYPE, "");  // by which the library converts names of more than ASCII
+  if (SSO_Init() == nullptr) {
+    std::cerr << "lookup: SSO_Init: error " << SSO_GetLastError() << '\n';
+    return 1;
+  }
   char user[65] = "", group[65] = "";  // the library gets 64 of the 65 bytes, so each text ends with a zero
-  const unsigned long address = htole32(inet_addr(arguments[1]));  // the same number on every host
-  const bool ran = SSO_Init() != nullptr && SSO_GetUserByAddr(address, user, 64, group, 64) == 1;
-  if (ran && *user != '\0') std::cout << user << ", " << group << '\n';
-  if (ran && *user == '\0') std::cout << "nobody\n";
-  if (!ran) std::cerr << "lookup: error " << SSO_GetLastError() << '\n';
+  const int ran = SSO_GetUserByAddr(htole32(address), user, 64, group, 64);  // the same number on every host
+  if (ran == 0) std::cerr << "lookup: SSO_GetUserByAddr: error " << SSO_GetLastError() << '\n';
+  if (ran == 1 && *user != '\0') std::cout << user << ", " << group << '\n';
+  if (ran == 1 && *user == '\0') std::cout << "nobody\n";
   SSO_Exit();
-  return ran ? 0 : 1;
+  return ran == 1 ? 0 : 1;
 }

@@ -3,6 +3,7 @@
 // the header's declarations alone. Each looks users up at a server process.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <ostream>
 #include <string>
 
@@ -52,6 +53,38 @@ TEST_P(Host, SaysThatThereIsNoConfiguration) {
   const Outcome outcome = look_up("10.1.0.11");
   EXPECT_EQ(outcome.code, 1);
   EXPECT_NE(outcome.output.find("error 3"), std::string::npos) << outcome.output;
+}
+
+// They ask for the address that the README names.
+class ReadmeHost : public HostProgram, public testing::WithParamInterface<Program> {};
+
+INSTANTIATE_TEST_SUITE_P(All, ReadmeHost,
+                         testing::Values(Program{"Cpp", "'" README_CPP "'"},
+                                         Program{"C11", "'" README_C "'"}),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// What inet_addr makes of the address is another number on a big-endian host, and nobody is there.
+TEST_P(ReadmeHost, FindsAUser) {
+  configure();
+  const Outcome outcome = run_redirected(GetParam().command);
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.output,
+            std::endian::native == std::endian::little ? "ANNA KVIST, ENGINEERING\n" : ", \n");
+}
+
+TEST_P(ReadmeHost, SaysWhyItHasNoLibrary) {
+  const Outcome outcome = run_redirected(GetParam().command);
+  EXPECT_EQ(outcome.code, 1);
+  EXPECT_EQ(outcome.output, "SSO_Init: error 3\n");
+}
+
+// The gateway's own server is none of those that are configured.
+TEST_P(ReadmeHost, SaysWhyItsLookupFailed) {
+  write_file(folder_.file("tavlib.conf"),
+             "[tavlib\\Addresses]\ngwtav=\"127.0.0.9\"\n[tavlib\\Addresses\\127.0.0.1]\nEndpoint=9\n");
+  const Outcome outcome = run_redirected(GetParam().command);
+  EXPECT_EQ(outcome.code, 1);
+  EXPECT_EQ(outcome.output, "SSO_GetUserByAddr: error 11\n");
 }
 
 class EndingHost : public HostProgram {};
