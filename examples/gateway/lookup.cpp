@@ -2,6 +2,9 @@
 
 #include <tavlib/tavlib.h>
 
+#include <chrono>
+#include <utility>
+
 #include "event_loop.h"
 
 namespace gateway {
@@ -23,14 +26,17 @@ std::optional<User> look_up(const std::string& address) {
   return User{user.data(), group.data()};
 }
 
-Lookups::Lookups(const std::vector<std::string>& addresses) : in_flight_(addresses.size()) {
-  for (const std::string& address : addresses) {
-    lookups_.push_back(std::make_unique<Lookup>());
-    Lookup& lookup = *lookups_.back();
-    lookup.in_flight = &in_flight_;
-    SSO_GetUserByAddrAsync(number_of(address), lookup.user.data(), room(lookup.user), lookup.group.data(),
-                           room(lookup.group), ended, &lookup);
-  }
+Lookups::Lookups(std::vector<std::string> addresses)
+    : addresses_(std::move(addresses)), lookups_(addresses_.size()) {}
+
+// The callback comes before this returns when the look-up cannot be started.
+void Lookups::start_next() {
+  const std::uint32_t address = number_of(addresses_[started_]);
+  Lookup& lookup = lookups_[started_++];
+  lookup.in_flight = &in_flight_;
+  ++in_flight_;
+  SSO_GetUserByAddrAsync(address, lookup.user.data(), room(lookup.user), lookup.group.data(),
+                         room(lookup.group), ended, &lookup);
 }
 
 void Lookups::ended(int success, void* cookie) {
@@ -39,19 +45,23 @@ void Lookups::ended(int success, void* cookie) {
   --*lookup.in_flight;
 }
 
-std::size_t Lookups::in_flight() const {
-  return in_flight_;
-}
-
-bool Lookups::finish(int milliseconds) {
-  while (in_flight_ > 0) {
-    if (!EventLoop::instance().run_once(milliseconds)) return false;
+// A lost datagram is not sent again, so look-ups that wait in vain are given up now and then.
+void Lookups::run(unsigned patience_ms) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::seconds now_and_then{1};
+  Clock::time_point expire_at = Clock::now() + now_and_then;
+  while (started_ < lookups_.size() || in_flight_ > 0) {
+    while (started_ < lookups_.size() && in_flight_ < most_in_flight)
+      start_next();
+    EventLoop::instance().run_once(100);
+    if (Clock::now() < expire_at) continue;
+    SSO_ExpireLookups(patience_ms);
+    expire_at = Clock::now() + now_and_then;
   }
-  return true;
 }
 
 std::optional<User> Lookups::result(std::size_t index) const {
-  const Lookup& lookup = *lookups_.at(index);
+  const Lookup& lookup = lookups_.at(index);
   if (!lookup.ran) return std::nullopt;
   return User{lookup.user.data(), lookup.group.data()};
 }

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,31 +11,32 @@
 
 namespace gateway {
 
-/// Asks the gateway's server who is at `address` (dotted quad) and waits. Nothing when the look-up failed;
-/// the library's last error tells why.
+/// Asks the gateway's server who is at `address` (dotted quad) and waits, up to 300 seconds. Nothing when the
+/// look-up failed; the library's last error says why.
 std::optional<User> look_up(const std::string& address);
 
-/// Many look-ups in flight at once, answered through the event loop. The loop must not run again once the
-/// object is gone while one of them is in flight; SSO_Exit ends those.
+/// The look-ups that await their answers at a time. The requests must fit the server's receive buffer, and
+/// the answers that come while the loop is busy ours; what does not fit is lost.
+constexpr std::size_t most_in_flight = 100;
+
+/// Look-ups through the event loop, each address with a look-up of its own. The loop must not run again once
+/// the object is gone while one of them is in flight; SSO_Exit ends those.
 class Lookups {
  public:
-  /// Sends a look-up of each address.
-  explicit Lookups(const std::vector<std::string>& addresses);
+  explicit Lookups(std::vector<std::string> addresses);
 
   Lookups(const Lookups&) = delete;
   Lookups& operator=(const Lookups&) = delete;
 
-  /// The number of look-ups that have not ended.
-  std::size_t in_flight() const;
-
-  /// Runs the event loop until every look-up has ended; false when none ended for `milliseconds`.
-  bool finish(int milliseconds);
+  /// Looks every address up, at most `most_in_flight` at a time, and runs the event loop until all look-ups
+  /// have ended. One that is not answered within `patience_ms` fails.
+  void run(unsigned patience_ms);
 
   /// How the `index`-th look-up ended; nothing when it failed or has not ended.
   std::optional<User> result(std::size_t index) const;
 
  private:
-  // The library writes to the buffers until it calls back, so each lives in a block of its own.
+  // The library writes to the buffers until it calls back, so a look-up stays where it is.
   struct Lookup {
     std::array<char, 65> user{};
     std::array<char, 65> group{};
@@ -45,8 +45,11 @@ class Lookups {
   };
 
   static void ended(int success, void* cookie);
+  void start_next();
 
-  std::vector<std::unique_ptr<Lookup>> lookups_;
+  std::vector<std::string> addresses_;
+  std::vector<Lookup> lookups_;  // as many as addresses
+  std::size_t started_{0};
   std::size_t in_flight_{0};
 };
 

@@ -4,6 +4,7 @@
 #include <tavlib/tavlib.h>
 
 #include <algorithm>
+#include <clocale>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -16,8 +17,8 @@
 namespace gateway {
 namespace {
 
-constexpr std::size_t lookups_at_once = 100;
-constexpr int patience_ms = 10000;
+constexpr std::size_t lookups_through_loop = 500;
+constexpr unsigned patience_ms = 10000;
 
 // The library, from start-up to shut-down.
 class Session {
@@ -76,26 +77,23 @@ void show_entries(Report& report, const std::vector<Place>& expected) {
   }
 }
 
-// Starts many look-ups before the first answer is read, the expected addresses in turn.
-std::vector<std::optional<User>> look_up_at_once(Report& report, const std::vector<Place>& expected) {
+// Many look-ups through the event loop, the expected addresses in turn.
+std::vector<std::optional<User>> look_up_through_loop(const std::vector<Place>& expected) {
   std::vector<std::string> addresses;
-  for (std::size_t i = 0; i < lookups_at_once; ++i) {
+  for (std::size_t i = 0; i < lookups_through_loop; ++i) {
     addresses.push_back(expected[i % expected.size()].address);
   }
   Lookups lookups(addresses);
-  report.check(lookups.in_flight() == lookups_at_once, "not every look-up could be started");
-  if (!lookups.finish(patience_ms)) {
-    throw std::runtime_error(std::to_string(lookups.in_flight()) + " look-ups were not answered");
-  }
+  lookups.run(patience_ms);
   std::vector<std::optional<User>> answers;
-  for (std::size_t i = 0; i < lookups_at_once; ++i) {
+  for (std::size_t i = 0; i < lookups_through_loop; ++i) {
     answers.push_back(lookups.result(i));
   }
   return answers;
 }
 
 void show_lookups(Report& report, const std::vector<Place>& expected) {
-  const std::vector<std::optional<User>> answers = look_up_at_once(report, expected);
+  const std::vector<std::optional<User>> answers = look_up_through_loop(expected);
   std::vector<bool> right(expected.size(), true);
   for (std::size_t i = 0; i < answers.size(); ++i) {
     const std::size_t place = i % expected.size();
@@ -108,8 +106,8 @@ void show_lookups(Report& report, const std::vector<Place>& expected) {
     rows.push_back(
         {expected[i].address, describe(answer), waiting ? "right" : "WRONG", right[i] ? "right" : "WRONG"});
   }
-  std::cout << "\nWho is where? Each address asked for waiting, and " << lookups_at_once
-            << " look-ups in flight at once\n";
+  std::cout << "\nWho is where? Each address asked for waiting, and " << lookups_through_loop
+            << " look-ups through the event loop, " << most_in_flight << " in flight at once\n";
   print_table(rows);
 }
 
@@ -150,6 +148,7 @@ int main(int count, char** arguments) {
     std::cerr << "usage: gateway EXPECTED-USERS\n";
     return 2;
   }
+  std::setlocale(LC_CTYPE, "");  // by which the library converts texts of more than ASCII
   try {
     return gateway::run(arguments[1]);
   } catch (const std::exception& failure) {
