@@ -37,14 +37,16 @@ __attribute__((visibility("default"))) int T_event_set_socket(int socket, int (*
                                                               void* argument);
 __attribute__((visibility("default"))) int T_event_del_socket(int socket);
 
-/// Told once how a look-up ended: `success` is 1 when it ran (a user, or none at the address), 0 when it
-/// failed, with the reason in the last error.
+/// Called once when a look-up has ended: `success` is 1 when it ran (a user, or none at the address), 0 when
+/// it failed, with the reason in the last error. It is called from the socket's `ready`, from
+/// SSO_GetUserByAddr and from SSO_ExpireLookups; when the look-up cannot be started, from
+/// SSO_GetUserByAddrAsync itself.
 typedef void (*SSO_Callback)(int success, void* cookie);
 
 /// Initialises the library and registers the gateway server's socket with the host's event loop. The product
-/// string "Norvel TAV/TIZ", or null with the reason as last error: 3 when the configuration names no gateway
-/// server; the library then stays initialised. In C++, std::bad_alloc and what TAVInitialize throws may leave
-/// it.
+/// string "Norvel TAV/TIZ", or null with the reason as last error: that of TAVInitialize, or TAV_E_CONFIG
+/// when the configuration names no gateway server; in this case the library stays initialised. In C++, what
+/// TAVInitialize throws may leave it, and std::bad_alloc, after which the library stays initialised, too.
 TAVLIB_API const char* SSO_Init(void);
 
 /// Undoes a successful SSO_Init: unregisters the socket and calls TAVExit. Asynchronous look-ups still in
@@ -59,27 +61,28 @@ TAVLIB_API unsigned SSO_GetLastError(void);
 /// failure, with the last error; 7 before an SSO_Init that found a gateway address, and none set when that
 /// address is known but the layer is down.
 ///
-/// Lengths are in bytes. A text of the buffer's length or longer fills it without a terminating zero. A
-/// buffer may be null, unless the server answers with an entry that says that nobody is there (`word12` not
-/// 0): that case writes to both; a buffer of length 0 is never written. Asynchronous look-ups that were
-/// answered meanwhile are finished before this returns. In C++, std::bad_alloc leaves it when there is no
-/// memory for the request.
+/// Lengths are in bytes. A text of the buffer's length or longer fills it without a terminating zero. Give
+/// both buffers, or length 0 for one that is not wanted: when the server answers with an entry that says that
+/// nobody is there (`word12` not 0), both are written to without a look at the pointers. A buffer of length 0
+/// is never written. Asynchronous look-ups that were answered meanwhile are finished before this returns. In
+/// C++, std::bad_alloc leaves it when there is no memory for the request.
 TAVLIB_API int SSO_GetUserByAddr(unsigned long address, char* user, unsigned userLength, char* second,
                                  unsigned secondLength);
 
-/// Starts a look-up and returns; `callback` is told how it ended, from the event loop, or from within this
-/// call when it could not be started. Until then the buffers, either of which may be null, must last. Texts
-/// as above.
+/// Starts a look-up and returns; `callback` is called when it has ended, a null one not at all. Until then
+/// the buffers, either of which may be null, must last. Texts as above.
 TAVLIB_API void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLength, char* second,
                                        unsigned secondLength, SSO_Callback callback, void* cookie);
 
 /// Ends every asynchronous look-up that was started more than `milliseconds` ago and is not answered yet, the
-/// oldest first: its callback is called with 0 and last error 4, and a late answer is dropped. Returns how
-/// many it ended; 0 with last error 7 when the library is not initialised. Look-ups whose answer was read by
-/// another call are finished first and not counted; those that a callback starts are left alone. Ages are
-/// measured by a clock that setting the system time does not move. An addition of this library to the
-/// interface, since a datagram is easily lost and a look-up whose answer never comes stays until SSO_Exit:
-/// hosts call it now and then. Nothing else changes when it is not called.
+/// oldest first, those of hosts' own SSO_TAVContexts included: its callback is called with 0 and
+/// TAV_E_ABANDONED, and a late answer is dropped. Returns how many it ended; 0 with TAV_E_NOTINITIALISED when
+/// the library is not initialised. Look-ups whose answer was read by another call end with that answer and
+/// are not counted: of the gateway's server all, of one that was the gateway's before those that are as old.
+/// Look-ups that a callback starts are left alone. Ages are measured by a clock that setting the system time
+/// does not move. An addition of this library to the interface, since a datagram is easily lost and a look-up
+/// whose answer never comes stays until SSO_Exit: hosts call it now and then. Nothing else changes when it is
+/// not called.
 TAVLIB_API unsigned SSO_ExpireLookups(unsigned milliseconds);
 
 TAVLIB_END_C
@@ -95,9 +98,10 @@ class TAVLIB_API tavexception {
 };
 
 /// One asynchronous look-up. SSO_GetUserByAddrAsync makes them, and the layer deletes them when they end. A
-/// host that makes one itself does so with new: once started, the layer deletes it when the socket's
-/// callback, a blocking look-up or SSO_ExpireLookups finishes it; a host that takes its answer with
-/// TAVASyncPop calls Finish and deletes it itself.
+/// host that makes one itself does so with new: once started, the layer deletes it when the socket's `ready`,
+/// a blocking look-up or SSO_ExpireLookups finishes it; a host that takes its answer with TAVASyncPop calls
+/// Finish and deletes it itself. The destructor is not virtual, and the layer deletes an SSO_TAVContext: an
+/// object of a derived class is not destroyed as such.
 class TAVLIB_API SSO_TAVContext {
  public:
   /// Begins the enumeration. Throws tavexception when that fails. Arguments as for SSO_GetUserByAddrAsync.
@@ -109,16 +113,19 @@ class TAVLIB_API SSO_TAVContext {
   SSO_TAVContext(const SSO_TAVContext& other);
   SSO_TAVContext& operator=(const SSO_TAVContext&) = delete;
 
-  /// Gives an outstanding request up and closes the enumeration, without a callback.
+  /// Gives an outstanding request up and closes the enumeration, without a callback. A copy leaves the
+  /// enumeration open.
   ~SSO_TAVContext();
 
-  /// Sends the request. Throws tavexception when that fails, 15 while an earlier one is outstanding; the
-  /// enumeration is then closed, and an earlier request ends as one whose enumeration was closed. Any further
-  /// call throws 17, or 7 without the library.
+  /// Sends the request. Throws tavexception when that fails; the enumeration is closed then, and further
+  /// calls throw TAV_E_CANCELLED, or TAV_E_NOTINITIALISED without the library. While an earlier request is
+  /// outstanding, each call throws TAV_E_BUSY, and that request ends as one whose enumeration was closed.
+  /// When there is no memory for the request, std::bad_alloc leaves it; the enumeration stays open, and a
+  /// further call may send. A further call after an answer asks for the next entry.
   void Go();
 
-  /// Takes the outcome of the request, as TAVASyncPop and the last error tell it: fills the buffers, calls
-  /// the callback and returns 1 when the look-up has ended; 0 while it is pending.
+  /// Takes the request's result, as TAVASyncPop returned it, and the last error: fills the buffers, calls the
+  /// callback and returns 1 when the look-up has ended; 0 while it is pending.
   int Finish(int result, unsigned error);
 
  protected:
