@@ -15,7 +15,7 @@ enum {
   TAV_E_NOMEMORY = 9,        ///< Out of memory, or a text that the locale cannot convert.
   TAV_E_TOOBIG = 10,         ///< A packet would exceed 4096 bytes.
   TAV_E_UNKNOWNSERVER = 11,  ///< No configured server has the address, or an entry does not fit a request.
-  TAV_E_SENDFAILED = 12,     ///< The datagram could not be sent whole; `errno` tells why.
+  TAV_E_SENDFAILED = 12,     ///< Not sent; `errno` has the reason, unless the server has no socket.
   TAV_E_BADPACKET = 13,      ///< A reply's digest is wrong, or an enciphered length is.
   TAV_E_PENDING = 14,        ///< Sent and not yet answered; not a failure.
   TAV_E_BUSY = 15,           ///< The enumeration's previous step is still outstanding.

@@ -26,7 +26,8 @@ TAVLIB_BEGIN_C
 TAVLIB_API int TAVQueryVersion(unsigned long server, unsigned* version);
 TAVLIB_API int TAVQueryVersionAs(unsigned long server, unsigned* version, TAVASYNC* async);
 
-/// The address of the `index`-th configured server, in ascending order; last error 6 past the end.
+/// The address of the `index`-th configured server, in ascending order; last error TAV_E_NOMORE past the end.
+/// A server configured at 0.0.0.0 is the first one and ends the list.
 TAVLIB_API int TAVEnumServers(unsigned index, unsigned long* server);
 
 /// The server's UDP socket, which belongs to the library: watch it, but neither read nor close it. -1, with
@@ -56,8 +57,10 @@ TAVLIB_API int TAVQueryNextAsA(TAVQueryEnum* query, _TAVENTRYA* entry, TAVASYNC*
 TAVLIB_API void TAVQueryClose(TAVQueryEnum* query);
 
 /// Adds an entry on every server that is believed reachable, waiting for each; of the servers on this host
-/// only the first is asked. 2 when all were up and took it; 1 when some did; 0 when none did. A server that
-/// fails is passed over from then on, until a further TAVInitialize.
+/// only the first is asked. 2 when all were up and took it; 1 when some did; 0 when none did. The last error
+/// is why the last one failed, 0 if none did; a result of 0 leaves it as it was. A server that fails is
+/// passed over from then on, until a further TAVInitialize. A signal that interrupts the wait for a server is
+/// such a failure, and so may be setting the system's clock during that wait.
 TAVLIB_API int TAVAddEntryA(const _TAVENTRYA* entry);
 TAVLIB_API int TAVAddEntryW(const _TAVENTRYW* entry);
 

@@ -20,7 +20,7 @@ struct _TAVENTRYA {
   char* string2;        ///< Second text.
   char* string3;        ///< Third text: the second answer of a single-sign-on look-up.
   unsigned char* data;  ///< Opaque block of `dataLength` bytes, or null.
-  uint32_t dataLength;  ///< Bytes at `data`; only the low 16 bits travel.
+  uint32_t dataLength;  ///< Bytes at `data`; a packet has room for 3996.
   uint32_t address;     ///< IPv4 address; by convention inet_addr's number on a little-endian host.
   uint32_t word7;       ///< Opaque.
   uint32_t flag8;       ///< True or false.
@@ -61,15 +61,16 @@ typedef struct _TAVENTRYW _TAVENTRYW;
 
 TAVLIB_BEGIN_C
 
-/// Writes an entry into a packet, or measures it. With `packet` null, stores the size in bytes in `*size` and
-/// returns 1. Otherwise `*size` is the room in `packet` and the packet's code byte must be set: an entry
-/// query (3) takes one entry at its fixed place, any other code a count word and `count` descriptors. Writes
-/// the length word, the descriptors and the data; whatever lies between stays as it was.
+/// Writes an entry into a packet, or measures it. With `packet` null, stores the measured size in bytes in
+/// `*size` and returns 1. Otherwise `*size` is the room in `packet` and the packet's code byte must be set:
+/// an entry query (3) takes one entry at its fixed place, any other code a count word and `count`
+/// descriptors. Writes the length word, the descriptors and the data; whatever lies between stays as it was.
 ///
-/// `count` is 1 in practice: with more, every entry is measured and the first is written each time. A cached
-/// length that is not 0 is taken for a text's size; the text itself is always written whole. A null text is
-/// written as none, and a null block counts as empty. Texts go out as they are, quotes included; a wide
-/// character sends its low 16 bits, and one whose low 16 bits are zero ends the text there.
+/// `count` is 1 in practice: with more, every entry is measured, the first is written each time, and the
+/// descriptors behind the first share their place with the data. The measure takes a cached length that is
+/// not 0 for a text's size, a null text's too; what is written is the text itself, and of a null text
+/// nothing. A null block counts as empty. Texts go out as they are, quotes included; a wide character sends
+/// its low 16 bits, and one whose low 16 bits are zero ends the text there.
 ///
 /// 1; or 0 with OS error 79 and nothing written when the measured size exceeds `*size` or 4096 bytes, or when
 /// the texts as they stand would (a cached length that is out of date).
@@ -82,9 +83,9 @@ TAVLIB_API int MarshalTAVEntryW(const _TAVENTRYW* entries, _TAVPACKET* packet, u
 /// its texts and block; what it held before is not released. Texts arrive in upper case, with '.' for every
 /// quote.
 ///
-/// 1; or 0 with OS error 12, all four pointers null, when memory runs out, a text or block would end more
-/// than 96 bytes behind the length word, or the descriptor lies outside the packet. Bytes behind the packet's
-/// 4096 read as zero.
+/// 1; or 0 with OS error ENOMEM, all four pointers null, when memory runs out, when a text's four bytes for
+/// each character or the block would end more than 96 bytes behind the end that the length word gives, or
+/// when the descriptor lies outside the packet's 4096 bytes. What lies behind those reads as zero.
 TAVLIB_API int DeMarshalTAVEntryA(TAVLIB_REF(_TAVENTRYA) entry, const _TAVPACKET* packet, unsigned index);
 TAVLIB_API int DeMarshalTAVEntryW(TAVLIB_REF(_TAVENTRYW) entry, const _TAVPACKET* packet, unsigned index);
 

@@ -74,10 +74,11 @@ class TAVLIB_API ARegistryKey {
   ~ARegistryKey();
 
   /// Opens and reads the key `subPath` below this one; empty is the top of the file. `access` may hold
-  /// REGISTRY_ACCESS_WRITE. A missing key is error 2; with `create`, its section is appended to the file
-  /// (error 13 without write access). With write access a section is also appended for a key that exists only
-  /// through sections below it. `*created` (null: not told) becomes 1 when the key did not exist at all and
-  /// was created, else 0. Throws ARegistryException or std::bad_alloc when memory runs out.
+  /// REGISTRY_ACCESS_WRITE. A missing key is ENOENT; with `create`, its section is appended to the file, or
+  /// without write access the call fails with EACCES. A key that exists only through sections below it gets a
+  /// section of its own with write access, fails with EBADF with `create` and without write access, and opens
+  /// without values with neither. `*created`, unless `created` is null, becomes 1 when the key did not exist
+  /// at all and was created, else 0. Throws ARegistryException or std::bad_alloc when memory runs out.
   int LoadKey(const char* subPath, int create, unsigned access, int* created);
 
   /// The name of the `index`-th child, in file order; a child with a section of its own and sections below it
@@ -101,9 +102,10 @@ class TAVLIB_API ARegistryKey {
   /// access.
   int DeleteValue(const char* name);
 
-  /// Removes a child that has nothing below it (error 13 otherwise, also when the entry behind it repeats it)
-  /// and writes the file, without the section whose full path is `name`. So the child's section leaves the
-  /// file only when this key is the root; below that only this object forgets it.
+  /// Removes a child and writes the file, without the section whose full path is `name`. EACCES when
+  /// something lies below the child, and when the section behind the child's, among those below this key, has
+  /// a path that `name` equals or begins with; ENOENT when there is no such child. So the child's section
+  /// leaves the file only when this key is the root; below that only this object forgets it.
   int DeleteKey(const char* name);
 
   /// Rewrites the file with this key's values, and without the section `removeKey` (a full path with a

@@ -23,8 +23,9 @@ class TAVLIB_API ARegistryKeyList {
   /// The path at `index`, owned by the list; null past the end.
   const char* Enum(unsigned index);
 
-  /// Removes the last entry that equals `name`, ignoring case. 1; 0 with error 2 when there is none, or with
-  /// error 13 when something lies below it or the next entry repeats it.
+  /// Removes the last entry that equals `name`, ignoring case. 1; 0 with ENOENT when there is none, or with
+  /// EACCES when an entry begins with `name` and goes on, or when `name` equals or begins with the entry
+  /// behind one that equals it.
   int Delete(const char* name);
 
   /// Puts the entries in the order of KeySortCompare, in which they already stand. 1, or 0 for a list that
