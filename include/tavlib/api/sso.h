@@ -41,6 +41,10 @@ __attribute__((visibility("default"))) int T_event_del_socket(int socket);
 /// it failed, with the reason in the last error. It is called from the socket's `ready`, from
 /// SSO_GetUserByAddr and from SSO_ExpireLookups; when the look-up cannot be started, from
 /// SSO_GetUserByAddrAsync itself.
+///
+/// The stack does not grow with the look-ups in flight: when a callback looks up, waiting, or expires others,
+/// the callbacks of the look-ups that end by that come once it has returned. Only a callback that runs the
+/// loop, or starts a look-up that fails at once, has others called within it.
 typedef void (*SSO_Callback)(int success, void* cookie);
 
 /// Initialises the library and registers the gateway server's socket with the host's event loop. The product
@@ -58,14 +62,15 @@ TAVLIB_API unsigned SSO_GetLastError(void);
 
 /// Looks the user at `address` (as entries carry it) up and waits for the answer. 1 when the look-up ran:
 /// `user` receives the user's name and `second` the entry's third text, both empty when nobody is there. 0 on
-/// failure, with the last error; 7 before an SSO_Init that found a gateway address, and none set when that
-/// address is known but the layer is down.
+/// failure, with the last error: TAV_E_NOTINITIALISED before an SSO_Init that found a gateway address, and none
+/// set when that address is known but the layer is down.
 ///
 /// Lengths are in bytes. A text of the buffer's length or longer fills it without a terminating zero. Give
 /// both buffers, or length 0 for one that is not wanted: when the server answers with an entry that says that
 /// nobody is there (`word12` not 0), both are written to without a look at the pointers. A buffer of length 0
-/// is never written. Asynchronous look-ups that were answered meanwhile are finished before this returns. In
-/// C++, std::bad_alloc leaves it when there is no memory for the request.
+/// is never written. Asynchronous look-ups that were answered meanwhile end before this returns, or after
+/// the callback in which it was called. In C++, std::bad_alloc leaves it when there is no memory for the
+/// request.
 TAVLIB_API int SSO_GetUserByAddr(unsigned long address, char* user, unsigned userLength, char* second,
                                  unsigned secondLength);
 
