@@ -6,6 +6,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <string>
 
 namespace tavlib {
 
@@ -29,15 +33,26 @@ class Holder {
   ACritSec& section_;
 };
 
+/// A user's home directory; empty for one who has none, and when nobody knows the user or can say. Each call
+/// has a buffer of its own, since threads may ask at the same moment, which grows until the answer fits.
+std::string home_of(uid_t user) {
+  passwd entry{};
+  passwd* found = nullptr;
+  std::size_t size = 1024;
+  auto buffer = std::make_unique<char[]>(size);
+  int error = 0;
+  while ((error = getpwuid_r(user, &entry, buffer.get(), size, &found)) == ERANGE || error == EINTR) {
+    if (error == ERANGE) buffer = std::make_unique<char[]>(size *= 2);
+  }
+  if (error == ENOMEM) throw std::bad_alloc();
+  return found == nullptr || entry.pw_dir == nullptr ? "" : entry.pw_dir;
+}
+
 /// The registry file in a user's home directory. A home that is too long is cut so that the whole fits a
 /// key's path; without a home the file is at the top of the file system.
 ARegistryKey* make_home_key(uid_t user) {
-  constexpr int longest_home = 1013;
-  char path[1024];
-  const passwd* entry = getpwuid(user);
-  const char* home = entry == nullptr || entry->pw_dir == nullptr ? "" : entry->pw_dir;
-  static_cast<void>(std::snprintf(path, sizeof path, "%.*s/.regfile", longest_home, home));
-  return new ARegistryKey(path);
+  constexpr std::size_t longest_home = 1013;
+  return new ARegistryKey((home_of(user).substr(0, longest_home) + "/.regfile").c_str());
 }
 
 /// The lock is one call's own and keeps no other thread out: two threads that are the first to open a root at

@@ -1,6 +1,7 @@
 #include "registry/libc_hooks.h"
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -14,7 +15,7 @@ namespace tavtest {
 
 namespace {
 
-std::array<CallHook*, 12> hooks{};
+std::array<CallHook*, 13> hooks{};
 
 CallHook*& hook_of(Call kind) {
   return hooks[static_cast<std::size_t>(kind)];
@@ -83,6 +84,8 @@ int __real_stat(const char* path, struct stat* result);
 int __real_fstat(int fd, struct stat* result);
 int __real_open(const char* path, int flags, ...);
 int __real_unlink(const char* path);
+passwd* __real_getpwuid(uid_t uid);
+int __real_getpwuid_r(uid_t uid, passwd* entry, char* buffer, std::size_t size, passwd** result);
 
 void* __wrap_malloc(std::size_t size) {
   return call_fails(Call::allocate) ? nullptr : __real_malloc(size);
@@ -171,6 +174,18 @@ int __wrap_open(const char* path, int flags, ...) {
 int __wrap_unlink(const char* path) {
   const InsideLibc inside;
   return __real_unlink(path);
+}
+
+passwd* __wrap_getpwuid(uid_t uid) {
+  passwd* found = __real_getpwuid(uid);
+  return call_fails(Call::find_user) ? nullptr : found;
+}
+
+int __wrap_getpwuid_r(uid_t uid, passwd* entry, char* buffer, std::size_t size, passwd** result) {
+  const int code = __real_getpwuid_r(uid, entry, buffer, size, result);
+  if (!call_fails(Call::find_user)) return code;
+  *result = nullptr;
+  return errno;
 }
 
 }  // extern "C"

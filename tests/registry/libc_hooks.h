@@ -15,6 +15,7 @@ enum class Call {
   open_stream,
   sync,
   close_stream,
+  find_user,
   rename,
   read,
   read_nothing,
@@ -24,7 +25,8 @@ enum class Call {
 /// Runs `action` just before the `nth` call of its kind (1: the first, 0: every one) while it lives. An
 /// action that returns a code other than 0 makes that call fail with it. `lock` is fcntl's F_SETLKW with any
 /// lock but the one that unlocks; `allocate` is malloc, calloc, realloc and operator new; `check` is stat and
-/// `check_open` fstat; a failing `read_nothing` is a read that gives no byte and no error.
+/// `check_open` fstat; a failing `read_nothing` is a read that gives no byte and no error. `find_user` is
+/// getpwuid and getpwuid_r: their action runs when the answer is there already.
 /// One hook for each kind of call may live at a time.
 class CallHook {
  public:

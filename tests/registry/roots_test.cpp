@@ -5,6 +5,10 @@
 #include <sys/stat.h>
 #include <tavlib/registry/registry_handle.h>
 
+#include <cerrno>
+#include <new>
+#include <thread>
+
 #include "registry/libc_hooks.h"
 #include "registry/registry_fixture.h"
 #include "support/redirect.h"
@@ -122,6 +126,60 @@ TEST_F(Roots, CutALongerHomeAt1013Characters) {
   std::filesystem::create_directory(folder.file("username"));
   EXPECT_EQ(in_other_process([] { return create_key(REGISTRY_ROOT_USER, "A"); }), 1);
   EXPECT_EQ(read_file(user_home + "/.regfile"), "[A\\]\n");
+}
+
+TEST_F(Roots, AreFoundWhateverTheSizeOfTheUsersEntry) {
+  const std::string home = long_home(folder.path().string(), 1013, "user") + std::string(100'000, 'x');
+  const HomeRedirect large(some_user, home.c_str());
+  EXPECT_EQ(in_other_process([] { return create_key(REGISTRY_ROOT_USER, "A"); }), 1);
+  EXPECT_EQ(read_file(user_home + "/.regfile"), "[A\\]\n");
+}
+
+TEST_F(Roots, AreFoundAfterASignal) {
+  EXPECT_EQ(in_other_process([] {
+              const CallFails interrupted(Call::find_user, 1, EINTR);
+              return create_key(REGISTRY_ROOT_USER, "A");
+            }),
+            1);
+  EXPECT_EQ(read_file(user_home + "/.regfile"), "[A\\]\n");
+}
+
+TEST_F(Roots, AreAtTheTopOfTheFileSystemWhenNobodyCanSayWhereTheHomeIs) {
+  EXPECT_EQ(in_other_process([] {
+              const CallFails fails(Call::find_user, 1, EIO);
+              return create_key(REGISTRY_ROOT_USER, "A");
+            }),
+            1);
+  EXPECT_EQ(read_file(top), "[A\\]\n");
+}
+
+TEST_F(Roots, AreLookedForAgainWhenThereWasNoMemoryForIt) {
+  EXPECT_EQ(in_other_process([] {
+              try {
+                const CallFails fails(Call::find_user, 1, ENOMEM);
+                return create_key(REGISTRY_ROOT_USER, "A") - 1;
+              } catch (const std::bad_alloc&) {
+                return create_key(REGISTRY_ROOT_USER, "B");
+              }
+            }),
+            1);
+  EXPECT_EQ(read_file(user_home + "/.regfile"), "[B\\]\n");
+}
+
+// One thread's user is found; before it goes on, another thread opens the other root.
+TEST_F(Roots, AreNotMixedUpByThreadsThatAreTheFirstToOpenThem) {
+  EXPECT_EQ(in_other_process([] {
+              int others = 0;
+              const CallHook found(Call::find_user, 1, [&] {
+                std::thread([&] { others = create_key(REGISTRY_ROOT_SUPERUSER, "S"); }).join();
+                return 0;
+              });
+              const int own = create_key(REGISTRY_ROOT_USER, "U");
+              return own & others;
+            }),
+            1);
+  EXPECT_EQ(read_file(user_home + "/.regfile"), "[U\\]\n");
+  EXPECT_EQ(read_file(machine_home + "/.regfile"), "[S\\]\n");
 }
 
 }  // namespace

@@ -34,7 +34,8 @@ constexpr std::span<const Way> reading_nothing{reading,
                                                2};  // at the end there is nothing to come up short of
 constexpr Way writing[] = {{"EINTR", EINTR}, {"ENOSPC", ENOSPC}, {"EIO", EIO}, {"short", 0}};
 constexpr Way waiting[] = {{"EINTR", EINTR}, {"ENOMEM", ENOMEM}, {"nothing", 0}};
-constexpr Way users[] = {{"EMFILE", EMFILE}, {"unknown", 0}};
+constexpr Way users[] = {
+    {"EMFILE", EMFILE}, {"unknown", 0}, {"EINTR", EINTR}, {"ERANGE", ERANGE}, {"ENOMEM", ENOMEM}};
 constexpr Way clock_ways[] = {{"EINVAL", EINVAL}};
 constexpr Way stat_ways[] = {{"EIO", EIO}, {"EACCES", EACCES}};
 constexpr Way threads[] = {{"returned", 0}};  // these give the code instead of leaving it in errno
@@ -68,7 +69,7 @@ int __real_fputc(int character, std::FILE* file);
 std::size_t __real_fwrite(const void* bytes, std::size_t size, std::size_t count, std::FILE* file);
 int __real_select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* timeout);
 int __real_gettimeofday(timeval* time, void* zone);
-passwd* __real_getpwuid(uid_t uid);
+int __real_getpwuid_r(uid_t uid, passwd* entry, char* buffer, std::size_t size, passwd** result);
 int __real_pthread_key_create(pthread_key_t* key, void (*destructor)(void*));
 int __real_pthread_setspecific(pthread_key_t key, const void* value);
 int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
@@ -239,8 +240,11 @@ int __wrap_gettimeofday(timeval* time, void* zone) {
   return fails("gettimeofday", clock_ways) ? -1 : __real_gettimeofday(time, zone);
 }
 
-passwd* __wrap_getpwuid(uid_t uid) {
-  return fails("getpwuid", users) ? nullptr : __real_getpwuid(uid);
+int __wrap_getpwuid_r(uid_t uid, passwd* entry, char* buffer, std::size_t size, passwd** result) {
+  const Way* way = way_to_fail("getpwuid_r", users);
+  if (way == nullptr) return __real_getpwuid_r(uid, entry, buffer, size, result);
+  *result = nullptr;
+  return way->error_number;
 }
 
 int __wrap_pthread_key_create(pthread_key_t* key, void (*destructor)(void*)) {

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <vector>
 
@@ -60,7 +62,7 @@ std::string redirected(const char* path) {
 
 enum class Answer { from_libc, no_such_user, entry };
 
-// One thread's answer of getpwuid, which stays until its next call.
+// A user's entry, with the text that it points to.
 struct PasswdEntry {
   std::string home;
   passwd entry{};
@@ -167,7 +169,7 @@ TAVTEST_REPLACES_LIBC uid_t getuid() noexcept {
 
 TAVTEST_REPLACES_LIBC passwd* getpwuid(uid_t uid) {
   static auto* const real = next_symbol<passwd*(uid_t)>(TAVTEST_SYMBOL(getpwuid));
-  static thread_local tavtest::PasswdEntry answer;
+  static tavtest::PasswdEntry answer;  // one for all threads, as libc's
   switch (tavtest::fill(answer, uid)) {
     case tavtest::Answer::entry:
       return &answer.entry;
@@ -176,4 +178,22 @@ TAVTEST_REPLACES_LIBC passwd* getpwuid(uid_t uid) {
     default:
       return real(uid);
   }
+}
+
+TAVTEST_REPLACES_LIBC int getpwuid_r(uid_t uid, passwd* entry, char* buffer, std::size_t size,
+                                     passwd** result) {
+  static auto* const real =
+      next_symbol<int(uid_t, passwd*, char*, std::size_t, passwd**)>(TAVTEST_SYMBOL(getpwuid_r));
+  const tavtest::OwnAllocations own;
+  tavtest::PasswdEntry answer;
+  const tavtest::Answer kind = tavtest::fill(answer, uid);
+  if (kind == tavtest::Answer::from_libc) return real(uid, entry, buffer, size, result);
+  *result = nullptr;
+  if (kind == tavtest::Answer::no_such_user) return 0;
+  if (size <= answer.home.size()) return ERANGE;
+  *entry = answer.entry;
+  if (entry->pw_dir != nullptr)
+    entry->pw_dir = static_cast<char*>(std::memcpy(buffer, answer.home.c_str(), answer.home.size() + 1));
+  *result = entry;
+  return 0;
 }

@@ -38,8 +38,8 @@ class UserRedirect {
   const uid_t uid;
 };
 
-/// getpwuid(`uid`) answers with an entry whose home directory is `home`; with a null home directory for a
-/// null `home`; and that there is no such user when made without `home`.
+/// getpwuid and getpwuid_r answer for `uid` with an entry whose home directory is `home`; with a null home
+/// directory for a null `home`; and that there is no such user when made without `home`.
 class HomeRedirect {
  public:
   explicit HomeRedirect(uid_t uid);

@@ -56,7 +56,8 @@ Outcomes after_initialisation_fault(const CallFaults::Hit& hit) {
   if (hit.call == "socket" || cipher) return {without_interface(hit.made("socket") - 1)};
   if (hit.call == "new" && hit.made("new") == 1) return {"0/9 counted"};  // the slot comes first
   if (is_allocation(hit) || (keeps_a_key_closed(hit) && hit.error_number == ENOMEM)) return {"0/9"};
-  if (hit.call == "getpwuid") return {without_key(ports)};
+  if (hides_the_home(hit)) return {without_key(ports)};
+  if (hit.call == "getpwuid_r") return {hit.way == "ENOMEM" ? "0/9" : "1 +++"};
   if (hit.call == "pthread_key_create") return {"ATlsException counted"};
   if (keeps_a_key_closed(hit)) return {without_key(hit.made("open"))};
   return {"1 +++"};
@@ -79,6 +80,10 @@ Outcomes initialisation_rule(const Hits& hits) {
 
 bool is_allocation(const CallFaults::Hit& hit) {
   return hit.size != 0;
+}
+
+bool hides_the_home(const CallFaults::Hit& hit) {
+  return hit.call == "getpwuid_r" && (hit.way == "EMFILE" || hit.way == "unknown");
 }
 
 bool is_thread_record(const CallFaults::Hit& hit) {

@@ -61,6 +61,9 @@ Outcomes initialisation_rule(const Hits& hits);
 
 bool is_allocation(const CallFaults::Hit& hit);
 
+/// Whether the fault leaves the library without an answer to where a user's home is.
+bool hides_the_home(const CallFaults::Hit& hit);
+
 /// Whether it is of a thread's record, for which another one stands in. No other block is as small and asked
 /// for without an exception.
 bool is_thread_record(const CallFaults::Hit& hit);
