@@ -8,9 +8,23 @@
 
 namespace tavlib {
 
+namespace {
+
+/// Makes sure that nothing has the name: no link, through which another file would be written, and no file
+/// that somebody else may have open. False with the system's error.
+bool make_way(const char* path) {
+  const int kept = errno;
+  if (unlink(path) == -1 && errno != ENOENT) return false;
+  errno = kept;
+  return true;
+}
+
+}  // namespace
+
 ReplacementFile::ReplacementFile(const char* path) : path_(path) {
   static_cast<void>(std::snprintf(temporary_, sizeof temporary_, "%s~", path));
-  const int fd = open(temporary_, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (!make_way(temporary_)) return;
+  const int fd = open(temporary_, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (fd == -1) return;
   pending_ = true;
   stream_.reset(fdopen(fd, "w"));

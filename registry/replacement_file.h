@@ -9,7 +9,8 @@ namespace tavlib {
 /// holds the exclusive lock on the registry file, so there is one at a time.
 class ReplacementFile {
  public:
-  /// Opens the temporary file, empty. `path` has at most 1022 characters and must outlive the object.
+  /// Makes the temporary file, with the permissions of any new file; what has its name is removed first.
+  /// `path` has at most 1022 characters and must outlive the object.
   explicit ReplacementFile(const char* path);
 
   /// Removes the temporary file unless it took its place.
@@ -18,7 +19,7 @@ class ReplacementFile {
   ReplacementFile(const ReplacementFile&) = delete;
   ReplacementFile& operator=(const ReplacementFile&) = delete;
 
-  /// The stream to write to; null when the file could not be opened, with the system's error.
+  /// The stream to write to; null when the file could not be made, with the system's error.
   std::FILE* stream() const { return stream_.get(); }
 
   /// Renames the file over `path` once it is safely on the disk, and makes that outlast a loss of power.

@@ -123,13 +123,6 @@ TEST_F(Commit, MakesAFileWithDefaultPermissions) {
   EXPECT_EQ(status.st_mode & 07777, 0640U);
 }
 
-TEST_F(Commit, WritesOverAnAbandonedTemporaryFile) {
-  write("[A]\n");
-  write_file(path + "~", std::string(1000, '?'));
-  ASSERT_EQ(set_in("A"), 1);
-  EXPECT_EQ(content(), "[A\\]\nv=\"x\"\n");
-}
-
 TEST_F(Commit, HasTheWholeFileReadyBeforeItTakesThePlace) {
   write("[A]\n");
   std::string synced_bytes;

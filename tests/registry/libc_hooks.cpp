@@ -15,7 +15,7 @@ namespace tavtest {
 
 namespace {
 
-std::array<CallHook*, 13> hooks{};
+std::array<CallHook*, 14> hooks{};
 
 CallHook*& hook_of(Call kind) {
   return hooks[static_cast<std::size_t>(kind)];
@@ -172,6 +172,7 @@ int __wrap_open(const char* path, int flags, ...) {
 }
 
 int __wrap_unlink(const char* path) {
+  if (call_fails(Call::remove)) return -1;
   const InsideLibc inside;
   return __real_unlink(path);
 }

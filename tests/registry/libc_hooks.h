@@ -16,6 +16,7 @@ enum class Call {
   sync,
   close_stream,
   find_user,
+  remove,
   rename,
   read,
   read_nothing,
@@ -24,10 +25,10 @@ enum class Call {
 
 /// Runs `action` just before the `nth` call of its kind (1: the first, 0: every one) while it lives. An
 /// action that returns a code other than 0 makes that call fail with it. `lock` is fcntl's F_SETLKW with any
-/// lock but the one that unlocks; `allocate` is malloc, calloc, realloc and operator new; `check` is stat and
-/// `check_open` fstat; a failing `read_nothing` is a read that gives no byte and no error. `find_user` is
-/// getpwuid and getpwuid_r: their action runs when the answer is there already.
-/// One hook for each kind of call may live at a time.
+/// lock but the one that unlocks; `allocate` is malloc, calloc, realloc and operator new; `remove` is unlink;
+/// `check` is stat and `check_open` fstat; a failing `read_nothing` is a read that gives no byte and no
+/// error. `find_user` is getpwuid and getpwuid_r: their action runs when the answer is there already. One
+/// hook for each kind of call may live at a time.
 class CallHook {
  public:
   CallHook(Call kind, int nth, std::function<int()> action);

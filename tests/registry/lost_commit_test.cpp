@@ -56,19 +56,18 @@ TEST_P(FailedCall, FailsWithItsErrorAndLeavesTheFileAsItWas) {
   expect_next_change_to_succeed();
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, FailedCall,
-                         testing::Values(Failure{"Lock", Call::lock, 1, ENOLCK},
-                                         Failure{"TemporaryFile", Call::open_file, 1, EACCES},
-                                         Failure{"TemporaryStream", Call::open_stream, 1, ENOMEM},
-                                         Failure{"FirstRead", Call::read, 1, EIO},
-                                         Failure{"SecondRead", Call::read, 2, EIO},
-                                         Failure{"ReadOfNothing", Call::read_nothing, 1, EIO},
-                                         Failure{"Sync", Call::sync, 1, EIO},
-                                         Failure{"Close", Call::close_stream, 1, ENOSPC},
-                                         Failure{"Rename", Call::rename, 1, EACCES}),
-                         case_name<Failure>);
+INSTANTIATE_TEST_SUITE_P(
+    Of, FailedCall,
+    testing::Values(Failure{"Lock", Call::lock, 1, ENOLCK}, Failure{"LeftOver", Call::remove, 1, EACCES},
+                    Failure{"TemporaryFile", Call::open_file, 1, EACCES},
+                    Failure{"TemporaryStream", Call::open_stream, 1, ENOMEM},
+                    Failure{"FirstRead", Call::read, 1, EIO}, Failure{"SecondRead", Call::read, 2, EIO},
+                    Failure{"ReadOfNothing", Call::read_nothing, 1, EIO}, Failure{"Sync", Call::sync, 1, EIO},
+                    Failure{"Close", Call::close_stream, 1, ENOSPC},
+                    Failure{"Rename", Call::rename, 1, EACCES}),
+    case_name<Failure>);
 
-TEST_F(LostCommit, FailsWhenTheTemporaryFileCannotBeOpened) {
+TEST_F(LostCommit, FailsWhenAFolderHasTheTemporaryFilesName) {
   std::filesystem::create_directory(path + "~");
   EXPECT_TRUE(fails_with(EISDIR, [&] { return set_text(key, "v", "x"); }));
   EXPECT_EQ(content(), before);

@@ -52,8 +52,9 @@ class TAVLIB_API ARegistryException : public std::bad_alloc {
 };
 
 /// One key of a registry file, loaded into memory. Every change is written back at once: the whole file is
-/// rewritten into "path~", which is then renamed over it, under an exclusive lock between processes; once the
-/// call has returned, the change outlasts a loss of power where the file system can keep it. A change
+/// rewritten into "path~", which is then renamed over it, under an exclusive lock between processes. What has
+/// that name before is removed, and never written to. Once the call has returned, the change outlasts a loss
+/// of power where the file system can keep it. A change
 /// starts from the file as it is then, so sections of other keys are never lost; values of this key are those
 /// loaded plus its own changes.
 ///

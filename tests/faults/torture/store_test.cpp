@@ -43,7 +43,8 @@ Outcome failed_with(int error_number) {
 bool is_harmless(const CallFaults::Hit& hit) {
   if (hit.call == "stat") return !is_of_comparison(hit);
   if (hit.call == "fclose") return hit.made("fflush") == 0 || hit.made("rename") > 0;
-  const std::set<std::string> harmless{"fcntl", "unlock",      "ftruncate",   "unlink",
+  if (hit.call == "unlink") return hit.made("unlink") > 1;  // the first one makes way for the new file
+  const std::set<std::string> harmless{"fcntl", "unlock",      "ftruncate",
                                        "close", "open folder", "fsync folder"};
   return is_overcome(hit) || harmless.count(hit.call) != 0;
 }
