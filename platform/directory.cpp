@@ -7,13 +7,17 @@
 #include <memory>
 
 #include "platform/error_codes.h"
+#include "platform/keep_error.h"
 
 namespace {
 
 constexpr std::size_t kLongestPattern = 1023;
 
 struct Free {
-  void operator()(char* block) const { std::free(block); }
+  void operator()(char* block) const {
+    const tavlib::KeepError keep;
+    std::free(block);
+  }
 };
 using Text = std::unique_ptr<char, Free>;
 

@@ -6,8 +6,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
-#include <memory>
 #include <new>
+
+#include "platform/quiet_memory.h"
 
 namespace tavlib {
 namespace {
@@ -24,7 +25,7 @@ int select_with(Word* set, std::size_t fd, timeval& timeout) {
 }
 
 int select_high(std::size_t fd, timeval& timeout) {
-  const std::unique_ptr<Word[]> set(new (std::nothrow) Word[fd / kBitsPerWord + 1]());
+  const QuietPtr<Word[]> set(new (std::nothrow) Word[fd / kBitsPerWord + 1]());
   if (!set) {
     errno = ENOMEM;
     return -1;

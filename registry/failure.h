@@ -5,8 +5,6 @@
 
 #include <tavlib/platform/error_state.h>
 
-#include <cerrno>
-
 namespace tavlib {
 
 /// Sets the run-time error and gives the result of a failed operation.
@@ -14,19 +12,6 @@ inline int fail(unsigned code) {
   AErrors::SetRtlError(code);
   return 0;
 }
-
-/// Keeps the run-time error as it is while something is cleaned up.
-class KeepError {
- public:
-  KeepError() = default;
-  ~KeepError() { errno = saved_; }
-
-  KeepError(const KeepError&) = delete;
-  KeepError& operator=(const KeepError&) = delete;
-
- private:
-  int saved_{errno};
-};
 
 }  // namespace tavlib
 

@@ -1,3 +1,4 @@
+#include "platform/keep_error.h"
 #include "registry/failure.h"
 
 #include <fcntl.h>

@@ -1,7 +1,9 @@
 #include "registry/failure.h"
+#include "registry/owners.h"
 
 #include <tavlib/registry/registry.h>
 
+#include <cstdlib>
 #include <new>
 
 using tavlib::fail;
@@ -20,13 +22,18 @@ tavlib::TextBlock read_text(ARegistry& handle, const char* name, unsigned size) 
   return text;
 }
 
-int assign(std::string& target, const char* text) {
+bool try_assign(std::string& target, const char* text) {
   try {
     target = text;
-    return 1;
+    return true;
   } catch (const std::bad_alloc&) {
-    return fail(tavlib::kOutOfMemory);
+    return false;
   }
+}
+
+// The error is set when the exception's memory is released already.
+int assign(std::string& target, const char* text) {
+  return try_assign(target, text) ? 1 : fail(tavlib::kOutOfMemory);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "platform/keep_error.h"
 #include "registry/blocks.h"
 #include "registry/failure.h"
 
@@ -21,7 +22,10 @@ void release(ARegistryData::Entry& entry) {
 /// An entry under construction, released when an exception ends that.
 struct NewEntry : ARegistryData::Entry {
   NewEntry() = default;
-  ~NewEntry() { release(*this); }
+  ~NewEntry() {
+    const tavlib::KeepError keep;
+    release(*this);
+  }
   NewEntry(const NewEntry&) = delete;
   NewEntry& operator=(const NewEntry&) = delete;
 };

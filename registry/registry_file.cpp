@@ -1,6 +1,6 @@
 #include "registry/registry_file.h"
 
-#include "registry/failure.h"
+#include "platform/keep_error.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,8 +1,9 @@
 #ifndef TAVLIB_REGISTRY_REGISTRY_FILE_H
 #define TAVLIB_REGISTRY_REGISTRY_FILE_H
 
+#include "registry/owners.h"
+
 #include <tavlib/registry/file_locker.h>
-#include <tavlib/registry/registry_key.h>
 
 #include <optional>
 

@@ -1,3 +1,4 @@
+#include "platform/quiet_memory.h"
 #include "registry/failure.h"
 #include "registry/registry_roots.h"
 
@@ -7,19 +8,23 @@ using tavlib::fail;
 
 ARegistry::ARegistry() = default;
 
-ARegistry::~ARegistry() = default;
+// Hosts may look at the error of a call on the handle when the handle is gone.
+ARegistry::~ARegistry() {
+  const tavlib::KeepError keep;
+  key.reset();
+}
 
 int ARegistry::Open(ARegistryKey* root, const char* path, int create, unsigned* disposition,
                     unsigned access) {
   // The key is closed first, but may be the root of the new one: it is destroyed only after the copy is made.
-  std::unique_ptr<ARegistryKey> previous = std::move(key);
+  tavlib::QuietPtr<ARegistryKey> previous(key.release());
   const ARegistryKey* base = tavlib::resolve_root(root);
   if (base == nullptr) return fail(tavlib::kBadAddress);
-  auto opened = std::make_unique<ARegistryKey>(*base);
+  tavlib::QuietPtr<ARegistryKey> opened(new ARegistryKey(*base));
   previous.reset();
   int created = 0;
   if (opened->LoadKey(path, create, access, &created) == 0) return 0;
-  key = std::move(opened);
+  key.reset(opened.release());
   if (disposition != nullptr) *disposition = created == 0 ? 1 : 0;
   return 1;
 }

@@ -1,10 +1,10 @@
 #include "registry/blocks.h"
 #include "registry/failure.h"
+#include "registry/owners.h"
 
 #include <fcntl.h>
 #include <strings.h>
 #include <sys/stat.h>
-#include <tavlib/registry/registry_key.h>
 #include <unistd.h>
 
 using tavlib::fail;

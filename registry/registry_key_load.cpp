@@ -22,7 +22,7 @@ Plan plan_for(const tavlib::Section& section, bool create, bool write) {
 
 /// The full path of the key `sub_path` below `key_name`, with a trailing backslash; empty for the top of the
 /// file.
-std::string target_path(const char* key_name, std::string sub_path) {
+tavlib::QuietString target_path(const char* key_name, tavlib::QuietString sub_path) {
   constexpr std::size_t longest = 4095;
   sub_path.erase(sub_path.find_last_not_of('\\') + 1);
   if (sub_path.empty()) return sub_path;
@@ -37,7 +37,7 @@ tavlib::Stream open_for(const char* path, bool write) {
 }
 
 /// Finds the key in the file, and makes the list of the sections below it anew.
-bool search(std::FILE* file, const std::string& target, std::unique_ptr<ARegistryKeyList>& below,
+bool search(std::FILE* file, const tavlib::QuietString& target, std::unique_ptr<ARegistryKeyList>& below,
             tavlib::Section& section) {
   section = {};
   below = std::make_unique<ARegistryKeyList>();
@@ -57,7 +57,7 @@ int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, 
   std::optional<AFileLocker> lock;
   if (!tavlib::lock_current(file, path, AFileLocker::Shared, lock)) return 0;
   values.reset();
-  const std::string target = target_path(keyName.get(), subPath);
+  const tavlib::QuietString target = target_path(keyName.get(), subPath);
   if (target.empty()) keyName.reset();
 
   tavlib::Section section;
@@ -74,7 +74,7 @@ int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, 
   if (plan == Plan::Refuse) return fail(tavlib::kAccessDenied);
   if (plan == Plan::Missing) return fail(tavlib::kNoSuchEntry);
 
-  auto loaded = std::make_unique<ARegistryData>();
+  tavlib::QuietPtr<ARegistryData> loaded(new ARegistryData);
   if (plan == Plan::Read && !tavlib::read_values(fileno(file.get()), *section.values_at, *loaded)) return 0;
   tavlib::TextBlock name(tavlib::copy_text(target.c_str()));
   if (plan == Plan::AppendSection) {
@@ -83,6 +83,6 @@ int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, 
   }
   if (created != nullptr && plan == Plan::AppendSection && !section.present) *created = 1;
   keyName = std::move(name);
-  values = std::move(loaded);
+  values.reset(loaded.release());
   return 1;
 }

@@ -1,6 +1,6 @@
 #include "registry/replacement_file.h"
 
-#include "registry/failure.h"
+#include "platform/keep_error.h"
 #include "registry/registry_file.h"
 
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 #ifndef TAVLIB_REGISTRY_REPLACEMENT_FILE_H
 #define TAVLIB_REGISTRY_REPLACEMENT_FILE_H
 
-#include <tavlib/registry/registry_key.h>
+#include "registry/owners.h"
 
 namespace tavlib {
 

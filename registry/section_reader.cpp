@@ -1,5 +1,6 @@
 #include "registry/section_reader.h"
 
+#include "platform/keep_error.h"
 #include "registry/failure.h"
 #include "registry/line_reader.h"
 #include "registry/section_header.h"
@@ -65,7 +66,7 @@ bool write_header(int fd, std::string_view header, off_t position) {
 
 }  // namespace
 
-bool find_section(int fd, const std::string& target, ARegistryKeyList& below, Section& section) {
+bool find_section(int fd, const QuietString& target, ARegistryKeyList& below, Section& section) {
   LineReader reader(fd, 0);
   Line line{};
   while (reader.next(line)) {
@@ -90,12 +91,12 @@ bool read_values(int fd, off_t position, ARegistryData& values) {
   return reader.good();
 }
 
-bool append_section(int fd, const std::string& target) {
+bool append_section(int fd, const QuietString& target) {
   struct stat file {};
   if (fstat(fd, &file) == -1) return false;
   const std::optional<bool> own_line = ends_with_newline(fd, file.st_size);
   if (!own_line) return false;
-  const std::string header = (*own_line ? "[" : "\n[") + target + "]\n";
+  const QuietString header = (*own_line ? "[" : "\n[") + target + "]\n";
   if (write_header(fd, header, file.st_size) && fsync(fd) == 0) return true;
   const KeepError keep;
   [[maybe_unused]] const int undone = ftruncate(fd, file.st_size);

@@ -1,12 +1,13 @@
 #ifndef TAVLIB_REGISTRY_SECTION_READER_H
 #define TAVLIB_REGISTRY_SECTION_READER_H
 
+#include "platform/quiet_memory.h"
+
 #include <sys/types.h>
 #include <tavlib/registry/registry_data.h>
 #include <tavlib/registry/registry_key_list.h>
 
 #include <optional>
-#include <string>
 
 namespace tavlib {
 
@@ -20,7 +21,7 @@ struct Section {
 /// Looks a key up in an open file and enters the sections below it into `below`. `target` is the key's full
 /// path with a trailing backslash, empty for the root. False with the system's error when the file cannot be
 /// read. Throws ARegistryException when memory runs out.
-bool find_section(int fd, const std::string& target, ARegistryKeyList& below, Section& section);
+bool find_section(int fd, const QuietString& target, ARegistryKeyList& below, Section& section);
 
 /// Enters the values that stand at a position, up to the next header. Lines that hold no value are left out.
 /// False with the system's error. Throws ARegistryException or std::bad_alloc when memory runs out.
@@ -28,7 +29,7 @@ bool read_values(int fd, off_t position, ARegistryData& values);
 
 /// Appends a header line for `target`, safely on the disk. False with the system's error; the file is then as
 /// it was. The caller holds an exclusive lock.
-bool append_section(int fd, const std::string& target);
+bool append_section(int fd, const QuietString& target);
 
 }  // namespace tavlib
 

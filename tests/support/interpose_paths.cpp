@@ -52,13 +52,23 @@ Living<Redirect>& living() {
   return all;
 }
 
-std::string redirected(const char* path) {
-  const OwnAllocations own;
-  const std::string text = path;
+std::string redirected(const std::string& path) {
   return living<PathRedirect>().find(
-      [&](const PathRedirect& r) { return text.compare(0, r.from.size(), r.from) == 0; },
-      [&](const PathRedirect& r) { return r.to + text.substr(r.from.size()); }, text);
+      [&](const PathRedirect& r) { return path.compare(0, r.from.size(), r.from) == 0; },
+      [&](const PathRedirect& r) { return r.to + path.substr(r.from.size()); }, path);
 }
+
+// A path as a call is to use it, in memory of the tests' own.
+class Redirected {
+ public:
+  explicit Redirected(const char* path) : path_(redirected(path)) {}
+
+  const char* c_str() const { return path_.c_str(); }
+
+ private:
+  const OwnAllocations own_;  // lives longer than the path
+  const std::string path_;
+};
 
 enum class Answer { from_libc, no_such_user, entry };
 
@@ -116,11 +126,11 @@ HomeRedirect::~HomeRedirect() {
 }  // namespace tavtest
 
 using tavtest::next_symbol;
-using tavtest::redirected;
+using tavtest::Redirected;
 
 TAVTEST_REPLACES_LIBC int stat(const char* path, struct stat* result) noexcept {
   static auto* const real = next_symbol<int(const char*, struct stat*)>(TAVTEST_SYMBOL(stat));
-  return real(redirected(path).c_str(), result);
+  return real(Redirected(path).c_str(), result);
 }
 
 TAVTEST_REPLACES_LIBC int open(const char* path, int flags, ...) {
@@ -132,32 +142,32 @@ TAVTEST_REPLACES_LIBC int open(const char* path, int flags, ...) {
     mode = va_arg(arguments, mode_t);
     va_end(arguments);
   }
-  return real(redirected(path).c_str(), flags, mode);
+  return real(Redirected(path).c_str(), flags, mode);
 }
 
 TAVTEST_REPLACES_LIBC int creat(const char* path, mode_t mode) {
   static auto* const real = next_symbol<int(const char*, mode_t)>(TAVTEST_SYMBOL(creat));
-  return real(redirected(path).c_str(), mode);
+  return real(Redirected(path).c_str(), mode);
 }
 
 TAVTEST_REPLACES_LIBC FILE* fopen(const char* path, const char* mode) {
   static auto* const real = next_symbol<FILE*(const char*, const char*)>(TAVTEST_SYMBOL(fopen));
-  return real(redirected(path).c_str(), mode);
+  return real(Redirected(path).c_str(), mode);
 }
 
 TAVTEST_REPLACES_LIBC int rename(const char* from, const char* to) noexcept {
   static auto* const real = next_symbol<int(const char*, const char*)>(TAVTEST_SYMBOL(rename));
-  return real(redirected(from).c_str(), redirected(to).c_str());
+  return real(Redirected(from).c_str(), Redirected(to).c_str());
 }
 
 TAVTEST_REPLACES_LIBC int unlink(const char* path) noexcept {
   static auto* const real = next_symbol<int(const char*)>(TAVTEST_SYMBOL(unlink));
-  return real(redirected(path).c_str());
+  return real(Redirected(path).c_str());
 }
 
 TAVTEST_REPLACES_LIBC int remove(const char* path) noexcept {
   static auto* const real = next_symbol<int(const char*)>(TAVTEST_SYMBOL(remove));
-  return real(redirected(path).c_str());
+  return real(Redirected(path).c_str());
 }
 
 TAVTEST_REPLACES_LIBC uid_t getuid() noexcept {

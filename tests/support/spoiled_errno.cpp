@@ -2,39 +2,50 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <stdexcept>
 
 #include "support/call_faults.h"
+#include "support/next_symbol.h"
+#include "support/own_allocations.h"
 
 namespace tavtest {
 namespace {
 
-bool living = false;
-int spoiled = 0;
+thread_local int living = 0;
+thread_local long spoiled = 0;
 
 void spoil() {
-  if (!living) return;
+  if (living == 0 || OwnAllocations::now()) return;
   ++spoiled;
   errno = EILSEQ;
 }
 
 }  // namespace
 
-SpoiledErrno::SpoiledErrno() {
-  if (living) throw std::logic_error("only one SpoiledErrno at a time");
-  living = true;
-  spoiled = 0;
+SpoiledErrno::SpoiledErrno() : before_(spoiled) {
+  ++living;
 }
 
 SpoiledErrno::~SpoiledErrno() {
-  living = false;
+  --living;
 }
 
-int SpoiledErrno::count() const {
-  return spoiled;
+long SpoiledErrno::count() const {
+  return spoiled - before_;
 }
 
 }  // namespace tavtest
+
+#ifdef TAVTEST_REPLACES_FREE
+
+// What libraries call; libc calls it, too. A sanitizer has a free of its own, which must stay.
+extern "C" void __libc_free(void* block);
+
+TAVTEST_REPLACES_LIBC void free(void* block) noexcept {
+  __libc_free(block);
+  tavtest::spoil();
+}
+
+#endif
 
 // The linker sends the program's calls of `name` to __wrap_name.
 extern "C" {

@@ -8,34 +8,10 @@
 #include <tavlib/registry/registry_data.h>
 #include <tavlib/registry/registry_key_list.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <new>
-
-namespace tavlib {
-
-/// Owners of a stream and of a text from malloc. Releasing either leaves the run-time error as it is.
-struct CloseStream {
-  void operator()(std::FILE* stream) const {
-    const int kept = errno;
-    static_cast<void>(std::fclose(stream));
-    errno = kept;
-  }
-};
-struct FreeText {
-  void operator()(char* text) const {
-    const int kept = errno;
-    std::free(text);
-    errno = kept;
-  }
-};
-using Stream = std::unique_ptr<std::FILE, CloseStream>;
-using TextBlock = std::unique_ptr<char, FreeText>;
-
-}  // namespace tavlib
 
 /// Access bit that allows changes to a key.
 enum : unsigned { REGISTRY_ACCESS_WRITE = 2 };
@@ -113,10 +89,18 @@ class TAVLIB_API ARegistryKey {
   /// trailing backslash; null: none).
   int Commit(const char* removeKey);
 
+  /// Release a stream and a text from malloc, and leave the run-time error as it is.
+  struct CloseStream {
+    void operator()(std::FILE* stream) const;
+  };
+  struct FreeText {
+    void operator()(char* text) const;
+  };
+
  protected:
-  tavlib::Stream file;        ///< Open while the key is loaded.
-  char path[1024]{};          ///< Of the registry file.
-  tavlib::TextBlock keyName;  ///< Full path with a trailing backslash; null or empty for the root.
+  std::unique_ptr<std::FILE, CloseStream> file;  ///< Open while the key is loaded.
+  char path[1024]{};                             ///< Of the registry file.
+  std::unique_ptr<char, FreeText> keyName;       ///< Full path and a backslash; null or empty for the root.
   std::unique_ptr<ARegistryData> values;
   std::unique_ptr<ARegistryKeyList> subkeys;
   std::uint32_t access{0};

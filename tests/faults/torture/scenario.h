@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/call_faults.h"
+#include "support/spoiled_errno.h"
 
 namespace tavtest {
 
@@ -33,10 +34,12 @@ bool is_of_comparison(const CallFaults::Hit& hit);
 /// The rule of a step that no fault changes.
 Rule always(Outcome outcome);
 
-/// The result of a call of the library, whose own calls count.
+/// The result of a call of the library, whose own calls count. It is made in a host whose heap changes errno,
+/// where the reason of a failure must still be the system's.
 template <typename Call>
 auto library(Call call) {
   const LibrarySection section;
+  const SpoiledErrno heap;
   return call();
 }
 
