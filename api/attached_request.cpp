@@ -1,6 +1,7 @@
 #include "api/attached_request.h"
 
 #include "api/process_state.h"
+#include "platform/keep_error.h"
 
 namespace tavlib {
 
@@ -14,6 +15,7 @@ ServerInterface::ASyncRequest* attach_request(TAVASYNC& async) {
 }
 
 void release_request(TAVASYNC& async) {
+  const KeepError keep;  // why the request could not be sent
   ServerInterface::ASyncRequest* request = async.Request;
   async.Request = nullptr;
   if (ServerInterface* owner = living_owner(*request)) owner->Forget(request);

@@ -2,6 +2,7 @@
 #include <tavlib/api/lifecycle.h>
 #include <tavlib/api/query.h>
 #include <tavlib/api/sso.h>
+#include <tavlib/platform/error_state.h>
 
 #include <chrono>
 #include <cstring>
@@ -13,6 +14,7 @@
 #include "api/process_state.h"
 #include "api/sso_lookups.h"
 #include "api/sso_state.h"
+#include "platform/keep_error.h"
 
 std::uint32_t g_SsoReady = 0;
 unsigned long g_SsoServer = 0;
@@ -27,7 +29,10 @@ void write_nobody(char* user, unsigned userLength, char* second, unsigned second
 }
 
 struct CloseQuery {
-  void operator()(TAVQueryEnum* query) const { TAVQueryClose(query); }
+  void operator()(TAVQueryEnum* query) const {
+    const tavlib::KeepError keep;
+    TAVQueryClose(query);
+  }
 };
 
 // The look-up itself, with its answer in the buffers. Lets std::bad_alloc out when there is no memory for the
@@ -108,6 +113,7 @@ int SSO_GetUserByAddr(unsigned long address, char* user, unsigned userLength, ch
   if (g_SsoReady == 0) return 0;
   const int result = look_up(address, user, userLength, second, secondLength);
   const unsigned lastError = TAVGetLastError();
+  const tavlib::KeepError keep;
   tavlib::finish_settled_lookups(g_SsoServer);
   if (result == 0) TAVSetLastError(lastError);  // the callbacks may have left another
   return result;
@@ -117,6 +123,7 @@ void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLeng
                             unsigned secondLength, SSO_Callback callback, void* cookie) {
   std::unique_ptr<SSO_TAVContext> lookup;
   unsigned failure = 0;
+  unsigned reason = 0;  // kept over the release of the exception
   try {
     lookup =
         std::make_unique<SSO_TAVContext>(address, user, userLength, second, secondLength, callback, cookie);
@@ -125,10 +132,13 @@ void SSO_GetUserByAddrAsync(unsigned long address, char* user, unsigned userLeng
     return;
   } catch (const tavexception& exception) {
     failure = exception.code;
+    reason = AErrors::GetOsError();
   } catch (const std::bad_alloc&) {
     failure = TAV_E_NOMEMORY;
+    reason = AErrors::GetOsError();
   }
   TAVSetLastError(failure);
+  AErrors::SetOsError(reason);
   if (callback != nullptr) callback(0, cookie);
 }
 

@@ -5,6 +5,7 @@
 #include "api/attached_request.h"
 #include "api/process_state.h"
 #include "api/sso_state.h"
+#include "platform/keep_error.h"
 
 SSO_TAVContext::SSO_TAVContext(unsigned long lookedUp, char* userBuffer, unsigned userSize,
                                char* secondBuffer, unsigned secondSize, SSO_Callback onEnd, void* onEndCookie)
@@ -75,6 +76,7 @@ int SSO_TAVContext::Finish(int result, unsigned error) {
 }
 
 void SSO_TAVContext::closeQuery() {
+  const tavlib::KeepError keep;
   if (original) TAVQueryClose(query);
   query = nullptr;
 }

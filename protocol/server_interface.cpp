@@ -1,4 +1,3 @@
-#include <tavlib/platform/error_state.h>
 #include <tavlib/protocol/server_interface.h>
 
 #include <arpa/inet.h>
@@ -9,6 +8,8 @@
 #include <cstring>
 #include <new>
 
+#include "platform/keep_error.h"
+
 namespace {
 
 constexpr std::size_t kKeySize = 16;
@@ -18,9 +19,8 @@ constexpr int kCipherKeySize = 5;
 // Room for the replies to some thousand look-ups sent at once. The system may grant less, or nothing.
 void ask_for_receive_buffer(int socket) {
   constexpr int kReceiveBufferSize = 1 << 20;
-  const unsigned osError = AErrors::GetOsError();
+  const tavlib::KeepError keep;
   setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &kReceiveBufferSize, sizeof kReceiveBufferSize);
-  AErrors::SetOsError(osError);
 }
 
 }  // namespace

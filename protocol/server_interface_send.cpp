@@ -1,12 +1,12 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <tavlib/platform/error_state.h>
 #include <tavlib/protocol/server_interface.h>
 
-#include <memory>
 #include <new>
 
 #include "platform/byte_order.h"
+#include "platform/keep_error.h"
+#include "platform/quiet_memory.h"
 #include "protocol/packet_view.h"
 #include "protocol/request_ids.h"
 
@@ -23,9 +23,8 @@ class Registration {
   Registration(Requests& requests, unsigned id) : requests_(requests), id_(id) {}
   ~Registration() {
     if (kept_) return;
-    const unsigned osError = AErrors::GetOsError();
+    const tavlib::KeepError keep;
     requests_.erase(id_);
-    AErrors::SetOsError(osError);
   }
 
   Registration(const Registration&) = delete;
@@ -81,7 +80,7 @@ unsigned ServerInterface::sendSealed(const _TAVPACKET& packet) {
   const unsigned length = tavlib::length_of(packet);
   const unsigned cipherLength = cipher->getRequiredCipherLength(length);
   const std::size_t size = cipherLength + kLengthPrefix;
-  std::unique_ptr<unsigned char[]> datagram(new (std::nothrow) unsigned char[size]);
+  const tavlib::QuietPtr<unsigned char[]> datagram(new (std::nothrow) unsigned char[size]);
   if (datagram == nullptr) return TAV_E_NOMEMORY;
 
   tavlib::store_be32(datagram.get(), cipherLength);
@@ -94,8 +93,5 @@ unsigned ServerInterface::sendSealed(const _TAVPACKET& packet) {
   server.sin_addr.s_addr = static_cast<in_addr_t>(address);
   const ssize_t sent =
       sendto(socket, datagram.get(), size, 0, reinterpret_cast<const sockaddr*>(&server), sizeof server);
-  const unsigned osError = AErrors::GetOsError();
-  datagram.reset();
-  AErrors::SetOsError(osError);
   return sent == static_cast<ssize_t>(size) ? TAV_E_PENDING : TAV_E_SENDFAILED;
 }
