@@ -185,6 +185,11 @@ TEST_F(TavServer, AQueryThatIsNotSentKnowsWhatTakesItsAnswer) {
   expect_to_take_an_answer();
 }
 
+TEST_F(TavServer, AQueryWhoseFilterDoesNotFitKnowsWhatTakesItsAnswer) {
+  ASSERT_EQ(server.QueryEntry(0, 0, 0, long_entry<_TAVENTRYW>(1000), &request), 11U);
+  expect_to_take_an_answer();
+}
+
 TEST_F(TavServer, AQueryWithoutAnEnumerationIsSettledWithSeventeen) {
   ASSERT_EQ(server.QueryEntry(0, 0, 0, sample_record<_TAVENTRYW>(), &request), 14U);
   request.context = nullptr;
