@@ -124,11 +124,12 @@ bool write_common(const std::string& path, int writer, long number) {
                       reinterpret_cast<const unsigned char*>(&value)) == 1;
 }
 
-int count_in_own_and_common(const Ledger& ledger, const std::string& path, int writer, int rounds) {
+int count_in_own_and_common(const Ledger& ledger, const std::string& path, int writer, int rounds,
+                            long views) {
   const auto index = static_cast<std::size_t>(writer);
   TestKey key(path);
   if (key.LoadKey(own_key(writer).c_str(), 0, 2, nullptr) == 0) return 1;
-  for (int round = 0; rounds == 0 || round < rounds; ++round) {
+  for (int round = 0; rounds == 0 || round < rounds || !ledger.has_enough(views); ++round) {
     if (!count_up(ledger->own[index], [&](long number) { return write_set(key, number); })) return 2;
     if (!count_up(ledger->common[index], [&](long number) { return write_common(path, writer, number); }))
       return 3;

@@ -32,8 +32,9 @@ class Ledger {
     std::array<Counter, kWriters> common;  ///< Of each writer's value in the key that they share.
     Counter created;                       ///< Keys that were created, one after the other.
     Counter deleted;
-    std::atomic<int> running{0};  ///< Writers that have not come to their end.
-    std::atomic<long> views{0};   ///< States of the file that readers found good.
+    std::atomic<int> running{0};      ///< Writers that have not come to their end.
+    std::atomic<long> views{0};       ///< States of the file that readers found good.
+    std::atomic<bool> failed{false};  ///< Something went wrong, and nobody needs to go on.
   };
 
   Ledger();
@@ -43,6 +44,9 @@ class Ledger {
   Ledger& operator=(const Ledger&) = delete;
 
   Shared* operator->() const { return shared_; }
+
+  /// Whether the readers have found as many states good as they are to, or nobody needs to go on.
+  bool has_enough(long views) const { return shared_->views >= views || shared_->failed; }
 
  private:
   Shared* shared_;
@@ -74,8 +78,10 @@ long agreed_number(TestKey& key);
 /// own, since a commit writes the values of its key as they were when it was loaded.
 bool write_common(const std::string& path, int writer, long number);
 
-/// Adds one to the writer's counters, over and over, `rounds` times or (0) for ever. 0 when all went well.
-int count_in_own_and_common(const Ledger& ledger, const std::string& path, int writer, int rounds);
+/// Adds one to the writer's counters, over and over: `rounds` times or (0) for ever, and further until there
+/// are as many views. 0 when all went well.
+int count_in_own_and_common(const Ledger& ledger, const std::string& path, int writer, int rounds,
+                            long views = 0);
 
 /// Reads the file without a lock, as any program may: each acknowledged change is there, no number is one
 /// that nobody wrote, the values of each set agree, and every line makes sense.
