@@ -67,14 +67,22 @@ void sync_folder_of(const char* path) {
   close(fd);
 }
 
+bool open_current(Stream& stream, const char* path) {
+  const std::optional<bool> current = is_current(stream.get(), path);
+  if (!current || *current) return current.has_value();
+  Stream again = open_again(path, stream.get());
+  if (!again) return false;
+  stream = std::move(again);
+  return true;
+}
+
 bool lock_current(Stream& stream, const char* path, AFileLocker::FILELOCKER kind,
                   std::optional<AFileLocker>& lock) {
   for (;;) {
     lock.emplace(fileno(stream.get()), kind);
     if (lock->IsValid() == 0) return false;
     const std::optional<bool> current = is_current(stream.get(), path);
-    if (!current) return false;
-    if (*current) return true;
+    if (!current || *current) return current.has_value();
     Stream again = open_again(path, stream.get());
     lock.reset();
     if (!again) return false;

@@ -24,6 +24,9 @@ bool is_writable(std::FILE* stream);
 /// no failure to report; the run-time error stays.
 void sync_folder_of(const char* path);
 
+/// Opens the path again when it names another file than `stream` by now. False with the system's error.
+bool open_current(Stream& stream, const char* path);
+
 /// Locks the file that `path` names now, waiting for it. A commit of another process replaces the file, so
 /// `stream` is opened again when the path names another file once the lock is held: whoever holds the lock
 /// sees every change made before. A lock that `lock` held is released first. False with the system's error.

@@ -36,6 +36,18 @@ tavlib::Stream open_for(const char* path, bool write) {
   return stream;
 }
 
+/// Opens the file, or goes on with what an earlier load opened, and locks it. With write access it is the
+/// file that the path names once the lock is held. Without, it is the one that the path named before, old or
+/// new: a writer that goes on replacing it keeps no reader waiting.
+bool open_and_lock(tavlib::Stream& stream, const char* path, bool write, std::optional<AFileLocker>& lock) {
+  if (stream && !write && !tavlib::open_current(stream, path)) return false;
+  if (!stream) stream = open_for(path, write);
+  if (!stream) return false;
+  if (write) return tavlib::lock_current(stream, path, AFileLocker::Shared, lock);
+  lock.emplace(fileno(stream.get()), AFileLocker::Shared);
+  return lock->IsValid() != 0;
+}
+
 /// Finds the key in the file, and makes the list of the sections below it anew.
 bool search(std::FILE* file, const tavlib::QuietString& target, std::unique_ptr<ARegistryKeyList>& below,
             tavlib::Section& section) {
@@ -52,10 +64,8 @@ int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, 
   if (subPath == nullptr) return fail(tavlib::kBadAddress);
   access = accessBits;
   const bool write = (access & REGISTRY_ACCESS_WRITE) != 0;
-  if (!file) file = open_for(path, write);
-  if (!file) return 0;
   std::optional<AFileLocker> lock;
-  if (!tavlib::lock_current(file, path, AFileLocker::Shared, lock)) return 0;
+  if (!open_and_lock(file, path, write, lock)) return 0;
   values.reset();
   const tavlib::QuietString target = target_path(keyName.get(), subPath);
   if (target.empty()) keyName.reset();

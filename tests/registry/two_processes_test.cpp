@@ -260,7 +260,7 @@ TEST_F(TwoProcesses, KeepTheChangeOfTheOtherWhenOneHasNoWriteAccess) {
   EXPECT_EQ(content(), "[A\\]\n[B\\]\nv=\"x\"\n");
 }
 
-TEST_F(TwoProcesses, ReadTheOldFileOrTheNewOneWhole) {
+TEST_F(TwoProcesses, ReadTheWholeFileThatTheyOpenedWhenItIsReplaced) {
   write("[A]\nv=\"old\"\n");
   const Gate about_to_rename;
   const Gate reading;
@@ -272,7 +272,7 @@ TEST_F(TwoProcesses, ReadTheOldFileOrTheNewOneWhole) {
       return 0;
     });
     if (key.LoadKey("A", 0, 0, nullptr) == 0) return 1;
-    return find_value(key, "v") == Value{REG_SZ, zeroed("new\0")} ? 0 : 2;
+    return find_value(key, "v") == Value{REG_SZ, zeroed("old\0")} ? 0 : 2;
   });
   TestKey key(path);
   ASSERT_EQ(key.LoadKey("A", 0, 2, nullptr), 1);
@@ -283,6 +283,47 @@ TEST_F(TwoProcesses, ReadTheOldFileOrTheNewOneWhole) {
   });
   ASSERT_EQ(set_text(key, "v", "new"), 1);
   EXPECT_EQ(reader.result(), 0);
+}
+
+/// Another process has replaced the file whenever this one is about to lock it.
+class BusyWriter : public TwoProcesses {
+ protected:
+  BusyWriter() { write("[A]\nv=0\n"); }
+
+  int replace() {
+    if (replaced == 4) return 0;
+    write_file(path + ".new", "[A]\nv=" + std::to_string(++replaced) + "\n");
+    std::filesystem::rename(path + ".new", path);
+    return 0;
+  }
+
+  int replaced{0};
+  const CallHook hook{Call::lock, 0, [this] { return replace(); }};
+};
+
+std::optional<Value> number(std::uint32_t value) {
+  return Value{REG_DWORD, {reinterpret_cast<const char*>(&value), sizeof value}};
+}
+
+TEST_F(BusyWriter, DoesNotKeepAReaderFromWhatItOpened) {
+  TestKey key(path);
+  ASSERT_EQ(key.LoadKey("A", 0, 1, nullptr), 1);
+  EXPECT_EQ(find_value(key, "v"), number(0));
+  EXPECT_EQ(content(), "[A]\nv=1\n");
+}
+
+TEST_F(BusyWriter, DoesNotKeepAReaderThatLoadsAgainFromTheFileOfThatMoment) {
+  TestKey key(path);
+  ASSERT_EQ(key.LoadKey("", 0, 1, nullptr), 1);
+  ASSERT_EQ(key.LoadKey("A", 0, 1, nullptr), 1);
+  EXPECT_EQ(find_value(key, "v"), number(1));
+  EXPECT_EQ(content(), "[A]\nv=2\n");
+}
+
+TEST_F(BusyWriter, IsFollowedToTheLastFileByALoadWithWriteAccess) {
+  TestKey key(path);
+  ASSERT_EQ(key.LoadKey("A", 0, 2, nullptr), 1);
+  EXPECT_EQ(find_value(key, "v"), number(4));
 }
 
 TEST_F(TwoProcesses, WaitForEachOtherToLoad) {

@@ -55,7 +55,9 @@ class TAVLIB_API ARegistryKey {
   /// without write access the call fails with EACCES. A key that exists only through sections below it gets a
   /// section of its own with write access, fails with EBADF with `create` and without write access, and opens
   /// without values with neither. `*created`, unless `created` is null, becomes 1 when the key did not exist
-  /// at all and was created, else 0. Throws ARegistryException or std::bad_alloc when memory runs out.
+  /// at all and was created, else 0. With write access the key is loaded from the newest file; without, from
+  /// the one that was there when the call opened it, also when another process replaces that before it can be
+  /// read. Throws ARegistryException or std::bad_alloc when memory runs out.
   int LoadKey(const char* subPath, int create, unsigned access, int* created);
 
   /// The name of the `index`-th child, in file order; a child with a section of its own and sections below it
