@@ -13,6 +13,17 @@ short record_lock_type(AFileLocker::FILELOCKER kind) {
   return F_UNLCK;
 }
 
+int set_lock(int fd, int command, AFileLocker::FILELOCKER kind) {
+  struct flock whole_file {};
+  whole_file.l_type = record_lock_type(kind);
+  whole_file.l_whence = SEEK_SET;
+  int result = 0;
+  do {
+    result = fcntl(fd, command, &whole_file);
+  } while (result == -1 && errno == EINTR);  // A host's signal does not end the wait.
+  return result;
+}
+
 }  // namespace
 
 AFileLocker::AFileLocker(int fileDescriptor, FILELOCKER wanted) : fd(fileDescriptor) {
@@ -21,18 +32,12 @@ AFileLocker::AFileLocker(int fileDescriptor, FILELOCKER wanted) : fd(fileDescrip
 
 AFileLocker::~AFileLocker() {
   const tavlib::KeepError keep;
-  if (error == 0 && kind != Unlocked) DoLock(Unlocked);
+  // Not the command that waits: it would be a cancellation point, and no destructor may be left by one.
+  if (error == 0 && kind != Unlocked) set_lock(fd, F_SETLK, Unlocked);
 }
 
 int AFileLocker::DoLock(FILELOCKER wanted) {
-  struct flock whole_file {};
-  whole_file.l_type = record_lock_type(wanted);
-  whole_file.l_whence = SEEK_SET;
-  int result = 0;
-  do {
-    result = fcntl(fd, F_SETLKW, &whole_file);
-  } while (result == -1 && errno == EINTR);  // A host's signal does not end the wait.
-  if (result == -1) {
+  if (set_lock(fd, F_SETLKW, wanted) == -1) {
     error = AErrors::GetRtlError();
     return 0;
   }

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <tavlib/registry/file_locker.h>
 #include <unistd.h>
 
@@ -121,6 +122,18 @@ TEST_F(FileLockerTest, LeavesTheErrorAloneWhenItUnlocks) {
     AErrors::SetRtlError(79);
   }
   EXPECT_EQ(AErrors::GetRtlError(), 79U);
+}
+
+TEST_F(FileLockerTest, EndsInAThreadThatIsToBeCancelled) {
+  EXPECT_EQ(in_other_process([this] {
+              {
+                const AFileLocker locker(opened(O_RDWR), AFileLocker::Exclusive);
+                pthread_cancel(pthread_self());
+              }
+              pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+              return others_can_lock(path, F_WRLCK) ? 1 : 0;
+            }),
+            1);
 }
 
 TEST_F(FileLockerTest, GoesOnWaitingAfterASignal) {

@@ -111,7 +111,7 @@ int __wrap_fcntl(int fd, int command, ...) {
   va_start(arguments, command);
   auto* const lock = va_arg(arguments, struct flock*);
   va_end(arguments);
-  if (command != F_SETLKW) return __real_fcntl(fd, command, lock);
+  if (command != F_SETLK && command != F_SETLKW) return __real_fcntl(fd, command, lock);
   const bool failing = lock->l_type == F_UNLCK ? fails("unlock", io) : fails("lock", locking);
   return failing ? -1 : __real_fcntl(fd, command, lock);
 }
