@@ -1,5 +1,6 @@
 #include "registry/blocks.h"
 #include "registry/failure.h"
+#include "registry/operation.h"
 #include "registry/owners.h"
 
 #include <fcntl.h>
@@ -63,6 +64,7 @@ ARegistryKey::ARegistryKey(const char* filePath) {
     return;
   }
   std::memcpy(path, filePath, length + 1);
+  const tavlib::Operation operation;
   // Not truncated: another process may have created and filled it since. The descriptor stays open, as hosts
   // know it.
   if (!exists(path)) open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -73,7 +75,11 @@ ARegistryKey::ARegistryKey(const ARegistryKey& other)
   std::memcpy(path, other.path, sizeof path);
 }
 
-ARegistryKey::~ARegistryKey() = default;
+ARegistryKey::~ARegistryKey() {
+  if (!file) return;
+  const tavlib::Operation operation;
+  file.reset();
+}
 
 int ARegistryKey::EnumKey(unsigned index, char* buffer, unsigned* size) {
   if (size == nullptr) return fail(tavlib::kBadAddress);

@@ -1,4 +1,5 @@
 #include "registry/failure.h"
+#include "registry/operation.h"
 #include "registry/registry_file.h"
 #include "registry/replacement_file.h"
 #include "registry/section_copier.h"
@@ -7,6 +8,7 @@
 
 int ARegistryKey::Commit(const char* removeKey) {
   if (!values) return tavlib::fail(tavlib::kNoSuchEntry);
+  const tavlib::Operation operation;
   if (!file || !tavlib::is_writable(file.get())) {
     // A stream for reading cannot be locked exclusively, and a failed commit may have lost the stream.
     tavlib::Stream writable = tavlib::open_for_writing(path);

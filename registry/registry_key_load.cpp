@@ -1,5 +1,6 @@
 #include "registry/blocks.h"
 #include "registry/failure.h"
+#include "registry/operation.h"
 #include "registry/registry_file.h"
 #include "registry/section_reader.h"
 
@@ -62,6 +63,7 @@ bool search(std::FILE* file, const tavlib::QuietString& target, std::unique_ptr<
 
 int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, int* created) {
   if (subPath == nullptr) return fail(tavlib::kBadAddress);
+  const tavlib::Operation operation;
   access = accessBits;
   const bool write = (access & REGISTRY_ACCESS_WRITE) != 0;
   std::optional<AFileLocker> lock;

@@ -118,4 +118,15 @@ void Gate::pass() const {
   if (::read(ends_[0], &byte, 1) != 1) throw std::runtime_error("a gate that never opened");
 }
 
+WaitingProcess::WaitingProcess(const std::function<int()>& work)
+    : process_([&] {
+        start_.pass();
+        return work();
+      }) {}
+
+int WaitingProcess::run() {
+  start_.open();
+  return process_.result();
+}
+
 }  // namespace tavtest

@@ -114,6 +114,20 @@ class Gate {
   int ends_[2]{-1, -1};
 };
 
+/// Another process that is there already and waits to be run, as any process that a hook meets: one that was
+/// forked within an operation would begin in the middle of it.
+class WaitingProcess {
+ public:
+  explicit WaitingProcess(const std::function<int()>& work);
+
+  /// Runs it to its end; its result.
+  int run();
+
+ private:
+  Gate start_;
+  OtherProcess process_;
+};
+
 }  // namespace tavtest
 
 #endif

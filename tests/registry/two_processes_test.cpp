@@ -52,8 +52,9 @@ TEST_F(TwoProcesses, LoseNothingWhenOneCommitsWhileTheOtherComesToItsLock) {
   write("[A]\n[B]\n");
   TestKey key(path);
   ASSERT_EQ(key.LoadKey("A", 0, 2, nullptr), 1);
+  WaitingProcess other([&] { return set_in("B"); });
   const CallHook hook(Call::lock, 1, [&] {
-    EXPECT_EQ(in_other_process([&] { return set_in("B"); }), 1);
+    EXPECT_EQ(other.run(), 1);
     return 0;
   });
   ASSERT_EQ(set_text(key, "v", "a"), 1);
@@ -64,15 +65,18 @@ TEST_F(TwoProcesses, LoseNothingWhenTheFileIsReplacedAgainAndAgain) {
   write("[A]\n[B]\n[C]\n");
   TestKey key(path);
   ASSERT_EQ(key.LoadKey("A", 0, 2, nullptr), 1);
-  int locks = 0;
+  WaitingProcess first([&] { return set_in("B"); });
+  WaitingProcess second([&] { return set_in("C"); });
+  WaitingProcess third([&] { return set_in("B"); });
+  WaitingProcess* others[] = {&first, &second, &third};
+  std::size_t locks = 0;
   const CallHook hook(Call::lock, 0, [&] {
-    const char* keys[] = {"B", "C", "B"};
-    if (locks++ == 3) return 0;
-    EXPECT_EQ(in_other_process([&] { return set_in(keys[locks - 1]); }), 1);
+    if (locks++ == std::size(others)) return 0;
+    EXPECT_EQ(others[locks - 1]->run(), 1);
     return 0;
   });
   ASSERT_EQ(set_text(key, "v", "a"), 1);
-  EXPECT_EQ(locks, 4);
+  EXPECT_EQ(locks, 4U);
   EXPECT_EQ(content(), "[A\\]\nv=\"a\"\n[B\\]\nv=\"x\"\n[C\\]\nv=\"x\"\n");
 }
 
@@ -186,9 +190,9 @@ TEST_F(TwoProcesses, ThatCreateOneKeyCreateItOnce) {
   TestKey key(path);
   int created = 7;
   // The other process is the faster one: it creates the key between this one's shared and exclusive lock.
+  WaitingProcess other([&] { return created_in("A") == 1 ? set_in("A") : -1; });
   const CallHook hook(Call::lock, 2, [&] {
-    EXPECT_EQ(in_other_process([&] { return created_in("A"); }), 1);
-    EXPECT_EQ(in_other_process([&] { return set_in("A"); }), 1);
+    EXPECT_EQ(other.run(), 1);
     return 0;
   });
   ASSERT_EQ(key.LoadKey("A", 1, 3, &created), 1);
@@ -234,8 +238,9 @@ TEST_F(TwoProcesses, DoNotCreateWhatTheOtherDeletedMeanwhile) {
 TEST_F(TwoProcesses, AppendToTheFileThatReplacedTheOneTheyOpened) {
   write("[A]\n");
   TestKey key(path);
+  WaitingProcess other([&] { return set_in("A"); });
   const CallHook hook(Call::lock, 1, [&] {
-    EXPECT_EQ(in_other_process([&] { return set_in("A"); }), 1);
+    EXPECT_EQ(other.run(), 1);
     return 0;
   });
   ASSERT_EQ(key.LoadKey("B", 1, 3, nullptr), 1);

@@ -10,6 +10,10 @@
 /// An advisory lock on a whole file (fcntl record lock, waiting), between processes. The descriptor is not
 /// owned and must stay open. Closing any descriptor of the file drops the process's locks on it, as POSIX has
 /// it.
+///
+/// It does not keep the threads of one process apart and waits for none of them. A thread that uses a key of
+/// a registry file drops what locks a host holds on that file by itself. An object belongs to one thread at a
+/// time.
 class TAVLIB_API AFileLocker {
  public:
   enum FILELOCKER {

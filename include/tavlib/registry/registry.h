@@ -9,8 +9,8 @@
 #include <string>
 
 /// A handle bound to one root that reads and writes texts and numbers. Results are 1, or 0 with the run-time
-/// error set as ARegistryKey tells; values are asked for on an open key. Not for use by several threads at
-/// once.
+/// error set as ARegistryKey tells; values are asked for on an open key. An object belongs to one thread at a
+/// time; different threads may use different ones, as ARegistry says.
 class TAVLIB_API Registry {
  public:
   /// `rootKey` is not owned and must outlive the object.

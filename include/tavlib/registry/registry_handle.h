@@ -17,7 +17,9 @@ inline ARegistryKey* const REGISTRY_ROOT_SUPERUSER = reinterpret_cast<ARegistryK
 // NOLINTEND(performance-no-int-to-ptr)
 
 /// An open handle on one registry key. Apart from Open, Close and GetKey, the operations need an open handle;
-/// results and errors are those of ARegistryKey. Not for use by several threads at once.
+/// results and errors are those of ARegistryKey. A handle belongs to one thread at a time; different threads
+/// may use different handles, of one file and below one root, too. Opening, changing and closing wait for
+/// other threads as ARegistryKey says.
 class TAVLIB_API ARegistry {
  public:
   ARegistry();

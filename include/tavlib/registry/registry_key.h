@@ -36,7 +36,11 @@ class TAVLIB_API ARegistryException : public std::bad_alloc {
 ///
 /// Failure is 0 with the run-time error set: 2 no such entry, 12 out of memory, 13 access denied, 14 a
 /// required pointer is null, 22 invalid argument, 78 name too long, 79 buffer too small, or what the system
-/// reported. Not for use by several threads at once.
+/// reported.
+///
+/// A key belongs to one thread at a time; different threads may use different keys, of one file or of
+/// several. One thread of a process at a time makes, loads, commits or destroys a key, and the others wait
+/// for it, also while it waits for the lock of another process.
 class TAVLIB_API ARegistryKey {
  public:
   /// A key of the file `path`, not loaded yet. A missing file is created empty with permission 0600, and the
@@ -116,8 +120,9 @@ typedef struct ARegistryKey ARegistryKey;
 
 TAVLIB_BEGIN_C
 
-/// A key for the registry file `path` (created if missing), for use as the root of ARegistry::Open. The
-/// caller releases it with ARegKeyFileClose. Throws std::bad_alloc when memory runs out.
+/// A key for the registry file `path` (created if missing), for use as the root of ARegistry::Open,
+/// in several threads at once if need be. The caller releases it with ARegKeyFileClose. Throws std::bad_alloc
+/// when memory runs out.
 TAVLIB_API ARegistryKey* ARegKeyFile(const char* path);
 
 /// Destroys a key from ARegKeyFile; null is ignored. Always 1.
