@@ -1,15 +1,16 @@
 #ifndef TAVLIB_ERROR_NUMBERS_H
 #define TAVLIB_ERROR_NUMBERS_H
 
-/// Status codes of requests and last errors of the exported functions. One numbering serves both; the numbers
-/// are part of the interface. 0 is success.
+/// Status codes of requests and last errors of the exported functions.
 ///
-/// These are not `errno` numbers: record routines and the configuration store report those (see
+/// One numbering serves both. 0 is success. The numbers are part of the interface.
+///
+/// These are not `errno` numbers: the record routines and the configuration store report those (see
 /// tavlib/platform/error_state.h).
 enum {
   TAV_E_SERVERERROR = 2,     ///< The server answered with its error flag.
   TAV_E_CONFIG = 3,          ///< Configuration missing or unusable.
-  TAV_E_ABANDONED = 4,       ///< A wait ended without an answer; the request was given up.
+  TAV_E_ABANDONED = 4,       ///< A wait ended without an answer; the request was abandoned.
   TAV_E_NOMORE = 6,          ///< No further server or entry.
   TAV_E_NOTINITIALISED = 7,  ///< Called before TAVInitialize or after the last TAVExit.
   TAV_E_NOMEMORY = 9,        ///< Out of memory, or a text that the locale cannot convert.
@@ -19,7 +20,7 @@ enum {
   TAV_E_BADPACKET = 13,      ///< A reply's digest is wrong, or an enciphered length is.
   TAV_E_PENDING = 14,        ///< Sent and not yet answered; not a failure.
   TAV_E_BUSY = 15,           ///< The enumeration's previous step is still outstanding.
-  TAV_E_CANCELLED = 17       ///< The caller gave the request up, or there is none.
+  TAV_E_CANCELLED = 17       ///< The caller abandoned the request, or there is none.
 };
 
 #endif

@@ -1,6 +1,10 @@
 #ifndef TAVLIB_API_ASYNC_H
 #define TAVLIB_API_ASYNC_H
 
+// Handles of asynchronous requests, and the functions that complete or abandon them.
+//
+// One server's traffic belongs to one thread at a time.
+
 #include <tavlib/error_numbers.h>
 #include <tavlib/export.h>
 
@@ -8,9 +12,11 @@
 #include <tavlib/protocol/server_interface.h>
 #endif
 
-/// One outstanding request, as its caller sees it. The caller owns the record and keeps it where it is while
-/// a request is attached. Functions whose names hold "As" attach a request; it is released, and `Request`
-/// null again, once its outcome was told.
+/// The caller's handle of one outstanding request.
+///
+/// The caller owns the record and must not move it while a request is attached. Functions with "As" in their
+/// names attach a request. Once its result has been returned, or it has been abandoned, the request is
+/// released and `Request` is null again.
 struct TAVASYNC {
   void* Context;  ///< The caller's own; never read or written by the library.
 #ifdef __cplusplus
@@ -23,31 +29,55 @@ typedef struct TAVASYNC TAVASYNC;
 
 TAVLIB_BEGIN_C
 
-/// The socket of the server to which the handle's request was sent, for a host's event loop; -1 when none is
-/// attached or the library was exited since.
+/// The socket of the server to which the handle's request was sent, for a host's event loop. -1 when no
+/// request is attached, or when the library was exited since the request was sent.
 TAVLIB_API int TAVASyncSocket(TAVASYNC* async);
 
-/// Completes one request of the server, for hosts that call when its socket is readable; it never waits. 1
-/// when a request was answered, 0 otherwise with last error 7, 11 (unknown server), 14 (nothing complete yet)
-/// or the request's own failure. `*async` receives the handle of the request concerned, which is then empty
-/// unless the error is 14; it is not written when there is none. A request that was settled while somebody
-/// else waited on the same socket is handed out before the socket is read. Look-ups of the single-sign-on
-/// layer are never handed out.
+/// Completes one request of the server. Call it when the server's socket is readable; it never waits.
+///
+/// A request that completed while another caller waited on the same socket is returned first; only when
+/// there is none is a datagram read. Look-ups of the single-sign-on layer are never returned.
+///
+/// Returns
+///   1                        the request was answered: `*async` is its handle, now empty
+///   0, TAV_E_PENDING         nothing has completed yet; after an interim reply `*async` is the handle of the
+///                            request, which stays attached, and otherwise `*async` is not written
+///   0, TAV_E_NOTINITIALISED  `*async` is not written
+///   0, TAV_E_UNKNOWNSERVER   no configured server has this address; `*async` is not written
+///   0, any other last error  the request failed with it: `*async` is its handle, now empty
 TAVLIB_API int TAVASyncPop(TAVASYNC** async, unsigned long server);
 
-/// Asks for the state of the handle's request, or waits for its answer when `wait` is not 0. 1 when it was
-/// answered; 0 otherwise with last error 14 (not yet; the handle stays as it is), 4 (waited 300 seconds
-/// without an answer, or the wait failed), 7 (the library was exited since, or is not initialised), 17
-/// (nothing is attached) or the request's own failure. While waiting it takes other requests' answers from
-/// the same socket; their owners are told as usual. A wait that is interrupted, or that ends without an
-/// answer while `errno` is 4 (EINTR), starts over.
+/// Returns the state of the handle's request. With `wait` not 0, waits until the request completes.
+///
+/// Returns
+///   1                        the request was answered; the handle is empty
+///   0, TAV_E_PENDING         not answered yet (only with `wait` 0); the handle stays as it is
+///   0, TAV_E_ABANDONED       waited 300 seconds without an answer, or the wait failed: the request was
+///                            abandoned, and the handle is empty
+///   0, TAV_E_NOTINITIALISED  the library is not initialised, or was exited since the request was sent; the
+///                            handle is empty
+///   0, TAV_E_CANCELLED       no request is attached
+///   0, any other last error  the request failed with it; the handle is empty
+///
+/// The 300 seconds start again with every datagram on the socket. They also start again when a signal
+/// interrupts the wait, and when they pass while `errno` is EINTR.
+///
+/// While it waits, it also reads the answers to other requests from the same socket. Their results are
+/// returned to their owners as usual.
 TAVLIB_API int TAVASyncStatus(TAVASYNC* async, int wait);
 
-/// Gives the handle's request up, whether it is outstanding or answered and not told yet: the handle is empty
-/// afterwards, a late answer is dropped, and an enumeration whose step it was may start another. 1, also when
-/// nothing is attached; 0 with last error 7 when the library was exited since (the handle is emptied all the
-/// same). `async` may be null. It never waits. An addition of this library to the interface: nothing else
-/// changes when it is not called.
+/// Abandons the handle's request, whether it is outstanding or has completed without its result having been
+/// returned. Never waits. `async` may be null.
+///
+/// Afterwards the handle is empty, a late answer is dropped, and an enumeration whose step this was may start
+/// another.
+///
+/// Returns
+///   1                        abandoned, or no request was attached
+///   0, TAV_E_NOTINITIALISED  the library was exited since the request was sent; the handle is emptied all
+///                            the same
+///
+/// An addition of this library to the interface. Nothing changes for hosts that do not call it.
 TAVLIB_API int TAVASyncAbandon(TAVASYNC* async);
 
 TAVLIB_END_C

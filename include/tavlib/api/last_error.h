@@ -7,8 +7,9 @@
 TAVLIB_BEGIN_C
 
 /// The calling thread's last error: the code (tavlib/error_numbers.h) that its most recent failing call left.
-/// Read it only after a call returned 0. Works before TAVInitialize and after TAVExit, too; threads then
-/// share one value.
+///
+/// Read it only after a call returned 0. It also works before TAVInitialize and after TAVExit; all threads
+/// then share one value.
 TAVLIB_API unsigned TAVGetLastError(void);
 
 /// Sets the calling thread's last error.
