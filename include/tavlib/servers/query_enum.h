@@ -12,18 +12,21 @@
 class TAVServerInterface;
 class TAVServerList;
 
-/// One open query to one server: a sequence of requests, each continuing after the entry that the last reply
-/// brought.
+/// One open query to one server: a sequence of requests, each of which continues after the entry that the
+/// last reply brought.
 ///
-/// Entries given out are shallow: their texts belong to the enumeration and last until its next step
-/// completes or it is destroyed. Destroying it while a step is in flight is safe: the reply then writes
-/// nowhere, and its request completes with TAV_E_CANCELLED. An enumeration may outlive the server's
-/// transport; a step in flight then ends without an answer, its request staying at TAV_E_PENDING. Thread
-/// rules as for that transport.
+/// - The entries that it delivers are shallow: their texts and blocks belong to the enumeration. They last
+///   until its next step completes or it is destroyed.
+/// - It may be destroyed while a step is in flight. The reply is then written nowhere, and its request
+///   completes with TAV_E_CANCELLED.
+/// - It may outlive the server's transport. A step in flight then ends without an answer, and its request
+///   stays at TAV_E_PENDING.
+///
+/// Threads: as for that transport.
 class TAVLIB_API TAVQueryEnum {
  public:
-  /// Copies `filter`, with `word13` set to 0. `a1`, `a2` and `a3` travel unchanged in every request;
-  /// `list` is not owned and must outlive every QueryNext.
+  /// Copies `filter`, with `word13` set to 0. `a1`, `a2` and `a3` are sent unchanged in every request. `list`
+  /// is not owned and must outlive every QueryNext.
   TAVQueryEnum(unsigned long server, const _TAVENTRYW& filter, unsigned a1, unsigned a2, unsigned a3,
                TAVServerList* list);
   virtual ~TAVQueryEnum();
@@ -31,26 +34,28 @@ class TAVLIB_API TAVQueryEnum {
   TAVQueryEnum(const TAVQueryEnum&) = delete;
   TAVQueryEnum& operator=(const TAVQueryEnum&) = delete;
 
-  /// Starts the next step. The result is
-  ///   TAV_E_PENDING        when it was sent: `out` is filled when the answer comes and must last until then,
-  ///                        and `request` as long as ServerInterface asks for,
-  ///   TAV_E_BUSY           while a step is outstanding,
-  ///   TAV_E_UNKNOWNSERVER  when the server is unknown or the cursor does not fit a request,
-  /// or else the transport's code.
+  /// Starts the next step. Returns
+  ///   TAV_E_PENDING        sent: `out` is filled when the answer comes and must last until then; `request`
+  ///                        must last as ServerInterface requires
+  ///   TAV_E_BUSY           a step is outstanding
+  ///   TAV_E_UNKNOWNSERVER  the server is unknown, or the cursor does not fit a request
+  ///   any other code       the transport's
   unsigned QueryNext(_TAVENTRYW& out, ServerInterface::ASyncRequest* request);
   unsigned QueryNext(_TAVENTRYA& out, ServerInterface::ASyncRequest* request);
 
-  /// Takes the reply in the request's packet and ends the step: 0 with the entry delivered, TAV_E_NOMORE when
-  /// there is none (the caller's record is untouched), TAV_E_NOMEMORY when it could not be converted to 8-bit
-  /// texts. After the last the caller's 8-bit record must not be read: it holds the wide entry's words.
+  /// Reads the reply in the request's packet and ends the step. Returns
+  ///   0               the entry was delivered to the caller's record
+  ///   TAV_E_NOMORE    the reply holds no entry, or one that cannot be read; the caller's record is untouched
+  ///   TAV_E_NOMEMORY  the entry could not be converted to 8-bit texts; the caller's 8-bit record then
+  ///                   holds the words of the wide entry and must not be read
   unsigned QueryComplete(ServerInterface::ASyncRequest* request);
   unsigned QueryCompleteW(ServerInterface::ASyncRequest* request);
   unsigned QueryCompleteA(ServerInterface::ASyncRequest* request);
 
-  /// 1 when the filter could be copied.
+  /// 1 when the filter could be copied, else 0.
   int IsValid();
 
-  /// 1 when the enumeration was made for `candidate`, which is a list or null.
+  /// 1 when the enumeration was made for `candidate` (a list or null), else 0.
   int UsesList(const TAVServerList* candidate) const;
 
  protected:
@@ -74,7 +79,8 @@ class TAVLIB_API TAVQueryEnum {
   TAVLIB_HIDDEN void leaveStep();
   TAVLIB_HIDDEN void endStep();
 
-  // The step in flight. Its transport knows of the enumeration, so that neither outlives the other's pointer.
+  // The step in flight. Its transport lists the enumeration: neither keeps a pointer to the other once
+  // that has ended.
   TAVServerInterface* transport{nullptr};  // Null when idle.
   ServerInterface::ASyncRequest* request{nullptr};
   std::uint32_t requestId{0};

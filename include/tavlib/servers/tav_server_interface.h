@@ -12,8 +12,11 @@
 class TAVQueryEnum;
 
 /// One configured TAV server: the transport to it, the operations as requests, and whether it is local and
-/// believed reachable. Results are status codes (tavlib/error_numbers.h). Thread rules as for
-/// ServerInterface.
+/// believed reachable.
+///
+/// Results are status codes (tavlib/error_numbers.h).
+///
+/// Threads: as for ServerInterface.
 class TAVLIB_API TAVServerInterface : public ServerInterface {
  public:
   /// `address` in network byte order, `port` in host byte order; `isLocal` is 1 for a server on this host.
@@ -22,34 +25,42 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
   /// As ~ServerInterface. Enumerations with a step in flight become idle, and may outlive the transport.
   ~TAVServerInterface() override;
 
-  /// Starts a version request: TAV_E_PENDING when sent. `version` is filled when the answer comes and must
-  /// last until then.
+  /// Starts a version request. TAV_E_PENDING when sent, otherwise the transport's code. `version` is filled
+  /// when the answer comes and must last until then.
   unsigned QueryVersion(unsigned& version, ASyncRequest* request);
 
   /// Stores the reply's version word through the request's `context`. Always 0.
   static unsigned QueryVersionComplete(TAVServerInterface* server, ASyncRequest* request);
 
-  /// Adds an entry and waits for the answer: 0, 11 when the entry does not fit, or the transport's code,
-  /// which also marks the server as down.
+  /// Adds an entry and waits for the answer. Returns
+  ///   0                    added
+  ///   TAV_E_UNKNOWNSERVER  the entry does not fit a request
+  ///   any other code       the transport's; the server is then marked as down
   unsigned AddEntry(const _TAVENTRYA& entry);
   unsigned AddEntry(const _TAVENTRYW& entry);
 
-  /// Starts an entry query with three argument words and a filter: TAV_E_PENDING when sent,
-  /// TAV_E_UNKNOWNSERVER when the filter does not fit. The request's `context` must be the TAVQueryEnum that
-  /// takes the reply, or null for none; it is followed when the reply comes and at no other time.
+  /// Starts an entry query with three argument words and a filter. Returns
+  ///   TAV_E_PENDING        sent
+  ///   TAV_E_UNKNOWNSERVER  the filter does not fit a request
+  ///   any other code       the transport's
+  ///
+  /// The request's `context` must be the TAVQueryEnum to which the reply belongs, or null for none. It is
+  /// followed when the reply comes and at no other time.
   unsigned QueryEntry(unsigned a1, unsigned a2, unsigned a3, const _TAVENTRYW& entry, ASyncRequest* request);
 
-  /// Hands the reply to the enumeration in the request's `context`. Without one (its step has ended, or it
-  /// was destroyed) the result is TAV_E_CANCELLED, or TAV_E_SERVERERROR for a request whose error reply came
-  /// before.
+  /// Completes the step of the enumeration in the request's `context`, and returns its result. Without an
+  /// enumeration (its step has ended, or it was destroyed) the result is
+  ///   TAV_E_SERVERERROR  for a request to which an error reply came earlier
+  ///   TAV_E_CANCELLED    for any other
   static unsigned QueryComplete(TAVServerInterface* server, ASyncRequest* request);
 
-  /// Asks the server to listen on `port` (host byte order), or to stop, and waits for the answer.
+  /// Asks the server to listen on `port` (host byte order), or to stop, and waits for the answer. 0, or the
+  /// transport's code.
   unsigned Listen(unsigned short port);
   unsigned ListenStop();
 
-  /// Whether the server is believed reachable (as at first; any thread may ask and set it), and whether it is
-  /// on this host.
+  /// IsCommUp: whether the server is believed reachable, as it is at first. Any thread may read and set this.
+  /// IsLocal: whether it is on this host. Both return 1 or 0.
   void SetCommDown();
   void SetCommUp();
   int IsCommUp();
