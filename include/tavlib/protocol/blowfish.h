@@ -10,12 +10,14 @@
 /// The Blowfish cipher (B. Schneier, "Description of a New Variable-Length Key, 64-Bit Block Cipher", 1993)
 /// under a key of at most 5 bytes: a longer key is cut to its first 5.
 ///
-/// Blocks are 8 bytes, their halves big-endian on every host, each enciphered on its own: no chaining, no
-/// initial vector. No operation but init changes an object, so several threads may use it at once.
+/// Blocks are 8 bytes, their halves big-endian on every host. Each block is enciphered on its own: no
+/// chaining, no initial vector.
+///
+/// Threads: no operation but init changes an object, so several threads may use it at once.
 class TAVLIB_API CBlowfish {
  public:
-  /// Prepares the tables for the first `length` bytes of `key`, at most 5. A `length` of 0 or less leaves the
-  /// published tables, mixed with an empty key.
+  /// Prepares the tables for the first `length` bytes of `key`, at most 5. With a `length` of 0 or less they
+  /// are the published tables, mixed with an empty key.
   CBlowfish(const char* key, int length);
   CBlowfish(unsigned char* key, int length);
 
@@ -25,8 +27,8 @@ class TAVLIB_API CBlowfish {
   /// The round function of the low 32 bits of `x`.
   unsigned F(long x);
 
-  /// Enciphers or deciphers one block given as its two halves, in place. A half is the low 32 bits of its
-  /// word; the result is stored zero-extended.
+  /// Enciphers or deciphers one block, passed as its two halves, in place. A half is the low 32 bits of its
+  /// word. The result is stored zero-extended.
   void encipher(long* left, long* right);
   void decipher(long* left, long* right);
 
@@ -35,16 +37,18 @@ class TAVLIB_API CBlowfish {
   void encrypt(unsigned char* in, unsigned char* out);
   void decrypt(unsigned char* in, unsigned char* out);
 
-  /// Enciphers `inLength` bytes, followed by zero bytes up to getRequiredCipherLength(inLength). An input
-  /// that fills whole blocks gains a block of zeros. Returns the number of bytes written, or -1 with nothing
-  /// written when `outLength` is less than that.
+  /// Enciphers `inLength` bytes, followed by zero bytes up to getRequiredCipherLength(inLength). An input of
+  /// whole blocks gains a block of zeros.
+  ///
+  /// Returns the number of bytes written, or -1 with nothing written when `outLength` is less than that.
   int encryptString(const unsigned char* in, unsigned inLength, unsigned char* out, unsigned outLength);
 
-  /// Deciphers `inLength` bytes and the 8 bytes that follow them, the counterpart of the extra block of
-  /// encryptString: `in` must have inLength + 8 readable bytes and `out` room for
-  /// getMaxDecipheredLength(inLength), whatever `outLength` says. `outLength` bytes of `out` are zeroed
-  /// first. Returns the number of bytes written, or 0 with nothing written when `inLength` is not a multiple
-  /// of 8.
+  /// Deciphers `inLength` bytes and the 8 bytes after them, the counterpart of encryptString's extra block.
+  ///
+  /// `in` must have inLength + 8 readable bytes, and `out` room for getMaxDecipheredLength(inLength) whatever
+  /// `outLength` says. `outLength` bytes of `out` are zeroed first.
+  ///
+  /// Returns the number of bytes written, or 0 with nothing written when `inLength` is not a multiple of 8.
   int decryptString(const unsigned char* in, unsigned inLength, unsigned char* out, unsigned outLength);
 
   /// The room that encryptString needs for `n` bytes: (n / 8 + 1) * 8.

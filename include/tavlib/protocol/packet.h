@@ -4,13 +4,14 @@
 #include <tavlib/export.h>
 #include <tavlib/protocol/blowfish.h>
 
-/// One message to or from a TAV server. Every integer in it is big-endian; texts in the data area are 16-bit
-/// little-endian units. A packet is 4096 bytes of memory whatever its length word claims.
+/// One message to or from a TAV server: 4096 bytes of memory, whatever its length word says.
+///
+/// Every integer in it is big-endian. Texts in the data area are 16-bit little-endian units.
 struct _TAVPACKET {
   unsigned char length[4];      ///< Offset 0: total length in bytes, header included; 100 to 4096.
   unsigned char code;           ///< Offset 4: request code; a reply adds its flags.
   unsigned char reserved[3];    ///< Offset 5: not set by the library.
-  unsigned char requestId[4];   ///< Offset 8: set when sent; a reply carries its request's.
+  unsigned char requestId[4];   ///< Offset 8: set when sent; a reply has that of its request.
   unsigned char digest[16];     ///< Offset 12: keyed MD5.
   unsigned char arguments[68];  ///< Offset 28: by request code.
   unsigned char data[4000];     ///< Offset 96: texts and byte blocks of entries.
@@ -30,25 +31,34 @@ enum {
 enum {
   TAV_REPLY_FINAL = 0x80,   ///< Final reply.
   TAV_REPLY_ERROR = 0x40,   ///< With TAV_REPLY_FINAL: the server refused or failed the request.
-  TAV_REPLY_INTERIM = 0x20  ///< The server is still working; wins over the other flags.
+  TAV_REPLY_INTERIM = 0x20  ///< The server is still working; takes precedence over the other flags.
 };
 
 TAVLIB_BEGIN_C
 
-/// Writes the packet's keyed digest: MD5 over its `length` bytes with `key` in place of the digest. 1, or 0
-/// with nothing written when the length word is 99 or less, or more than the 4096 bytes that a packet has.
+/// Stores the packet's keyed digest in it: MD5 over the bytes that its length word gives, with `key` in place
+/// of the digest.
+///
+/// Returns 1, or 0 with nothing written when the length word is below 100 or above 4096.
 TAVLIB_API int MakeMd5Sum(_TAVPACKET* packet, const unsigned char key[16]);
 
-/// 1 when the packet's digest is the one that MakeMd5Sum would write; 0 when it is not, and for the lengths
-/// that MakeMd5Sum refuses. The packet is left as it was (it is changed and restored meanwhile).
+/// 1 when the packet's digest is the one that MakeMd5Sum would store. 0 when it is not, and for the lengths
+/// that MakeMd5Sum refuses.
+///
+/// The packet is changed meanwhile and restored.
 TAVLIB_API int VerifyMd5Sum(_TAVPACKET* packet, const unsigned char key[16]);
 
-/// The receiving side of a request's framing: deciphers `datagram` (4 bytes of cipher length L, big-endian,
-/// then L bytes of cipher text) into `packet`, of which at most `size` bytes are written. `datagram` must
-/// have 4 + L + 8 readable bytes: one block is deciphered behind the last.
+/// Undoes a request's framing, as a server does: deciphers `datagram` into `packet`, of which at most `size`
+/// bytes are written.
 ///
-/// 0; 9 (TAV_E_NOMEMORY) when memory runs out; 13 (TAV_E_BADPACKET) when L exceeds 8192 or is no multiple of
-/// 8, with nothing written, or when the deciphered length word exceeds 4096.
+/// `datagram` is 4 bytes of cipher length L, big-endian, and L bytes of cipher text. It must have 4 + L + 8
+/// readable bytes: one block is deciphered past the last one.
+///
+/// Returns
+///   0                deciphered
+///   TAV_E_NOMEMORY   memory ran out; nothing is written
+///   TAV_E_BADPACKET  L exceeds 8192 or is no multiple of 8, and nothing is written; or the deciphered length
+///                    word exceeds 4096, and `packet` is written
 TAVLIB_API unsigned DeBlowPacket(_TAVPACKET* packet, unsigned size, const unsigned char* datagram,
                                  CBlowfish* cipher);
 
