@@ -1,7 +1,8 @@
 #ifndef TAVLIB_TAVLIB_H
 #define TAVLIB_TAVLIB_H
 
-// Everything public. A C host gets the functions, records and error numbers; a C++ host the classes as well.
+// All public declarations. A C host gets the functions, records and error numbers; a C++ host the classes,
+// too.
 
 #include <tavlib/api/async.h>
 #include <tavlib/api/last_error.h>

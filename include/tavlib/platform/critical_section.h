@@ -6,8 +6,10 @@
 #include <pthread.h>
 #include <tavlib/export.h>
 
-/// A recursive lock for the threads of one process. Every operation may be called from any thread; destroying
-/// a lock that somebody holds or waits for is an error of the caller.
+/// A recursive lock for the threads of one process.
+///
+/// Threads: every operation may be called from any thread. The caller must not destroy a lock that a thread
+/// holds or waits for.
 class TAVLIB_API ACritSec {
  public:
   ACritSec();
@@ -16,12 +18,15 @@ class TAVLIB_API ACritSec {
   ACritSec(const ACritSec&) = delete;
   ACritSec& operator=(const ACritSec&) = delete;
 
-  /// Takes the lock, once more if the calling thread holds it already. When another thread holds it, waits
-  /// for as long as it takes with `wait` non-zero, and otherwise fails at once with run-time error 16 (busy).
-  /// 1 when the lock is now held, 0 when it is not.
+  /// Takes the lock, once more if the calling thread holds it already.
+  ///
+  /// When another thread holds it: with `wait` not 0, waits for as long as that takes; with 0, fails at once
+  /// with run-time error EBUSY.
+  ///
+  /// Returns 1 when the lock is now held, 0 when it is not.
   int DoLock(int wait);
 
-  /// Undoes one DoLock of the calling thread. Does nothing for a thread that does not hold the lock.
+  /// Undoes one DoLock of the calling thread. Does nothing in a thread that does not hold the lock.
   void Unlock();
 
  protected:

@@ -6,7 +6,7 @@
 #include <dirent.h>
 #include <tavlib/export.h>
 
-/// The failure of a conversion between wide and 8-bit text, with the run-time error code that tells why. The
+/// A failed conversion between wide and 8-bit text. `code` is the run-time error code of the reason. The
 /// paths and patterns of this version are 8-bit already, so nothing in it throws one.
 class TAVLIB_API WtoAException {
  public:
@@ -16,13 +16,14 @@ class TAVLIB_API WtoAException {
 };
 
 /// Lists the names in one directory that match a shell wildcard, in the order of the file system, "." and
-/// ".." included. Not for use by several threads at once. Failures are told by the run-time error
-/// (GetRtlError).
+/// ".." included. The run-time error (GetRtlError) has the reason of a failure.
+///
+/// Threads: one at a time for each object.
 class TAVLIB_API ADirectory {
  public:
   ADirectory();
 
-  /// As the default constructor followed by Open; IsValid tells how that went.
+  /// As the default constructor followed by Open; IsValid returns whether that succeeded.
   ADirectory(const char* directory, const char* wildcard);
 
   virtual ~ADirectory();
@@ -30,23 +31,29 @@ class TAVLIB_API ADirectory {
   ADirectory(const ADirectory&) = delete;
   ADirectory& operator=(const ADirectory&) = delete;
 
-  /// Opens `directory` for listing what matches `wildcard` (fnmatch with no flags: a leading dot matches like
-  /// any other character). Both are copied. An open listing is closed first. 1, or 0 with an error: 78 for a
-  /// pattern of more than 1023 characters, before the file system is touched, and for a directory that does
-  /// not fit `path`; 14 for a null argument; 12 when memory runs out; otherwise what opendir reported.
+  /// Opens `directory` for listing what matches `wildcard`: as fnmatch without flags, so a leading dot
+  /// matches like any other character. Both are copied. An open listing is closed first.
+  ///
+  /// Returns
+  ///   1                  open
+  ///   0, EFAULT          an argument is null
+  ///   0, ENOMEM          memory ran out
+  ///   0, name too long   the pattern has more than 1023 characters, or the directory does not fit `path`;
+  ///                      the file system is not touched
+  ///   0, any other code  what opendir reported
   int Open(const char* directory, const char* wildcard);
 
   /// Closes the listing. Always 1; closing a closed listing does nothing.
   int Close();
 
-  /// Copies the next matching name into `name`, which must hold 256 bytes, and returns 1; 0 at the end and
-  /// when no listing is open.
+  /// Copies the next matching name to `name`, which must have room for 256 bytes, and returns 1. 0 at the
+  /// end, and when no listing is open.
   int GetNext(char* name);
 
-  /// Writes `path` followed by `name` to `result`, which must hold both and a terminator.
+  /// Writes `path` followed by `name` to `result`, which must have room for both and a terminating zero.
   void GetFull(char* result, const char* name);
 
-  /// 1 while a listing is open.
+  /// 1 while a listing is open, else 0.
   int IsValid();
 
  protected:

@@ -1,8 +1,18 @@
 #ifndef TAVLIB_PLATFORM_ERROR_STATE_H
 #define TAVLIB_PLATFORM_ERROR_STATE_H
 
-// The calling thread's operating-system error and run-time error. Both are `errno` on this platform, and
-// codes are POSIX `errno` numbers. Every function concerns the calling thread only.
+// The calling thread's operating-system error and run-time error. Both are `errno` on this platform.
+//
+// Codes are `errno` numbers. The library itself reports these, under the same numbers on every host:
+//
+//   ENOENT    2    EFAULT  14    name too long     78
+//   ENOMEM   12    EBUSY   16    buffer too small  79
+//   EACCES   13    EINVAL  22
+//
+// The last two have no `errno` name here: on most hosts the system has another error under their numbers, and
+// GetOsErrorString returns the text of that.
+//
+// Threads: every function concerns the calling thread only.
 
 #include <tavlib/export.h>
 
@@ -18,9 +28,10 @@ TAVLIB_API void SetOsError(unsigned code);
 /// The same as SetOsError.
 TAVLIB_API void SetRtlError(unsigned code);
 
-/// Copies the text for `code` into `buffer` (null: nowhere), at most `size` bytes, with the rest of the
-/// buffer zeroed. No terminator is written when the text is `size` bytes or longer. Returns the text's full
-/// length in bytes, so a result of `size` or more means that the text was cut.
+/// Copies the text for `code` into `buffer` (null: nowhere), at most `size` bytes, and zeroes the rest of the
+/// buffer. No terminating zero is written when the text is `size` bytes or longer.
+///
+/// Returns the text's full length in bytes: a result of `size` or more means that the text was cut.
 TAVLIB_API unsigned GetOsErrorString(unsigned code, char* buffer, unsigned size);
 /// The same as GetOsErrorString.
 TAVLIB_API unsigned GetRtlErrorString(unsigned code, char* buffer, unsigned size);

@@ -3,10 +3,11 @@
 
 // Atomic arithmetic on 32-bit counters.
 //
-// The counter is the low 32 bits of the `long` that is pointed to; a result is that 32-bit value,
-// sign-extended, and so is what is stored. Arithmetic wraps. All functions share one process-wide mutex, so
-// they are atomic with respect to one another, on any variable and from any thread; a plain access to the
-// same word is not ordered against them.
+// - The counter is the low 32 bits of the `long` that is pointed to.
+// - What is returned, and what is stored, is a 32-bit value, sign-extended. Arithmetic wraps.
+//
+// Threads: all functions share one process-wide mutex. They are atomic with respect to one another, on any
+// variable and from any thread. A plain access to the same word is not ordered against them.
 
 #include <tavlib/export.h>
 

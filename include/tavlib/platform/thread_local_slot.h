@@ -16,11 +16,12 @@ class TAVLIB_API ATlsException {
   unsigned code;  ///< The run-time error (GetRtlError) at the time of the failure.
 };
 
-/// One thread-local slot: a pointer that each thread has for itself, null until it sets one.
+/// One thread-local slot: a pointer of each thread's own, null until the thread sets one.
 ///
-/// Any thread may read and set its own value; the slot must outlive those calls. The slot owns no values: the
-/// destructor function, if given, is called with a thread's non-null value when that thread ends, and not
-/// when the slot itself is destroyed.
+/// The slot owns no values. The destructor function, if there is one, is called with a thread's non-null
+/// value when that thread ends, but not when the slot itself is destroyed.
+///
+/// Threads: any thread may read and set its own value; the slot must outlive those calls.
 class TAVLIB_API ATls {
  public:
   /// Creates the slot. Throws ATlsException when the platform refuses a new key.

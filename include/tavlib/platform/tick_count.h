@@ -5,9 +5,12 @@
 
 TAVLIB_BEGIN_C
 
-/// Milliseconds of wall-clock time since the Unix epoch, modulo 2^32, on every host: it wraps about
-/// every 49.7 days and jumps when the system time is set. Only differences, taken in 32-bit arithmetic, mean
-/// anything. Any thread.
+/// Milliseconds of wall-clock time since the Unix epoch, modulo 2^32, on every host.
+///
+/// It wraps about every 49.7 days and jumps when the system time is set. Only differences, taken in 32-bit
+/// arithmetic, are meaningful.
+///
+/// Threads: any.
 TAVLIB_API unsigned long GetTickCount(void);
 
 TAVLIB_END_C

@@ -4,9 +4,10 @@
 #include <tavlib/export.h>
 #include <wchar.h>
 
-// A copy of `text` in a new heap block, which the caller releases with free(). Null for a null `text` and
-// when memory runs out. The system's header already declares the function to C++ hosts; a strict C11 host
-// gets it here.
+// A copy of `text` in a new heap block, which the caller frees with free(). Null for a null `text`, and when
+// memory runs out.
+//
+// The system's header already declares the function for C++ hosts. A strict C11 host finds it here.
 #ifndef __cplusplus
 TAVLIB_API wchar_t* wcsdup(const wchar_t* text);
 #endif
