@@ -7,13 +7,15 @@
 
 #include <cstdint>
 
-/// An advisory lock on a whole file (fcntl record lock, waiting), between processes. The descriptor is not
-/// owned and must stay open. Closing any descriptor of the file drops the process's locks on it, as POSIX has
-/// it.
+/// An advisory lock on a whole file, between processes: a POSIX record lock (fcntl), for which it waits.
 ///
-/// It does not keep the threads of one process apart and waits for none of them. A thread that uses a key of
-/// a registry file drops what locks a host holds on that file by itself. An object belongs to one thread at a
-/// time.
+/// The descriptor is not owned and must stay open. As POSIX has it, closing any descriptor of the file drops
+/// the process's locks on it.
+///
+/// It does not keep the threads of one process apart. A thread that uses a key of a registry file drops the
+/// locks that a host itself holds on that file.
+///
+/// Threads: one at a time for each object.
 class TAVLIB_API AFileLocker {
  public:
   enum FILELOCKER {
@@ -22,7 +24,7 @@ class TAVLIB_API AFileLocker {
     Exclusive = 2  ///< Needs a descriptor open for writing.
   };
 
-  /// Locks `fileDescriptor`, waiting for it; IsValid tells how that went.
+  /// Locks `fileDescriptor`, waiting for the lock; IsValid returns whether that succeeded.
   AFileLocker(int fileDescriptor, FILELOCKER wanted);
 
   /// Unlocks if a lock is held.
@@ -31,10 +33,11 @@ class TAVLIB_API AFileLocker {
   AFileLocker(const AFileLocker&) = delete;
   AFileLocker& operator=(const AFileLocker&) = delete;
 
-  /// Changes the lock to `wanted`, waiting for it. 1, or 0 with the system's error kept in `error`.
+  /// Changes the lock to `wanted`, waiting for it; a signal does not end the wait. 1, or 0 with the system's
+  /// error stored in `error`.
   int DoLock(FILELOCKER wanted);
 
-  /// 1 when no lock call failed; else 0, with that failure's code set as the run-time error.
+  /// 1 when no lock call has failed; else 0, with the code of the last failure set as the run-time error.
   int IsValid();
 
  protected:

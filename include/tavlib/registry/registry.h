@@ -8,9 +8,12 @@
 
 #include <string>
 
-/// A handle bound to one root that reads and writes texts and numbers. Results are 1, or 0 with the run-time
-/// error set as ARegistryKey tells; values are asked for on an open key. An object belongs to one thread at a
-/// time; different threads may use different ones, as ARegistry says.
+/// A handle bound to one root that reads and writes texts and numbers.
+///
+/// Results are 1, or 0 with the run-time error set, as for ARegistryKey. Values are read and written on an
+/// open key.
+///
+/// Threads: one at a time for each object; different threads may use different objects.
 class TAVLIB_API Registry {
  public:
   /// `rootKey` is not owned and must outlive the object.
@@ -30,20 +33,20 @@ class TAVLIB_API Registry {
   /// Closes the key, if one is open.
   void Close();
 
-  /// A number: a REG_DWORD as it is, any other value through its decimal text ("x" gives 0). Error 12 when
-  /// memory runs out.
+  /// Stores a number in `value`: a REG_DWORD as it is, any other value through its decimal text ("x" gives
+  /// 0). Fails with ENOMEM when memory runs out.
   int QueryValue(const char* name, unsigned& value);
 
-  /// A value's text, up to its first zero byte or its end.
+  /// Stores a value's text in `value`, up to its first zero byte or its end.
   int QueryValue(const char* name, std::string& value);
 
   /// Stores a text as REG_SZ with its terminating zero byte.
   int SetValue(const char* name, const std::string& value);
 
-  /// The name of the `index`-th child, in the order of ARegistryKey::EnumKey.
+  /// Stores the name of the `index`-th child in `name`, in the order of ARegistryKey::EnumKey.
   int EnumKey(unsigned index, std::string& name);
 
-  /// Not offered here: always 0.
+  /// Not offered here: always 0, with no error set.
   int DeleteKey(const char* name);
   int DeleteValue(const char* name);
 

@@ -8,7 +8,8 @@
 #include <cstdint>
 #include <cstdio>
 
-/// Value types with a text form of their own. A value of any other type is written as REG_BINARY.
+/// Value types with a text form of their own, and an example of each. A value of any other type is written as
+/// REG_BINARY.
 enum : unsigned {
   REG_SZ = 1,       ///< One text with its terminating zero byte: "text"
   REG_BINARY = 3,   ///< Bytes: $0AFF
@@ -16,9 +17,12 @@ enum : unsigned {
   REG_MULTI_SZ = 7  ///< Texts, each with its zero byte, and two further zero bytes: 'one''two'
 };
 
-/// The values of one registry key, in the order in which they were first entered. Names compare without
-/// regard to case. Failure is 0 or null, with the run-time error set where told. Not for use by several
-/// threads at once.
+/// The values of one registry key, in the order in which they were first entered.
+///
+/// Names are compared without regard to case. Failure is 0 or null, with the run-time error set where a
+/// comment says so.
+///
+/// Threads: one at a time for each object.
 class TAVLIB_API ARegistryData {
  public:
   /// One value. Its two blocks come from malloc and belong to the ARegistryData that holds it.
@@ -35,18 +39,28 @@ class TAVLIB_API ARegistryData {
   ARegistryData(const ARegistryData&) = delete;
   ARegistryData& operator=(const ARegistryData&) = delete;
 
-  /// Takes the entry and the ownership of its blocks, in every case. A value of the same name is replaced in
-  /// its place. 1, or 0 with error 12 when the array cannot grow, or 14 for a null name (the blocks are then
-  /// released).
+  /// Enters a value and takes ownership of its blocks, whatever the result. A value of the same name is
+  /// replaced in its place.
+  ///
+  /// Returns
+  ///   1          entered
+  ///   0, ENOMEM  the array cannot grow; the blocks are freed
+  ///   0, EFAULT  the name is null; the blocks are freed
   int EnterData(Entry& entry);
 
-  /// Enters a value from its text form: `text` is what follows the '=' on a line of a registry file. 1, or 0
-  /// with error 22 when its first character names no type, 14 for a null pointer, or as above. Throws
-  /// std::bad_alloc when memory for the value runs out.
+  /// Enters a value from its text form: `text` is what follows the '=' on a line of a registry file.
+  ///
+  /// Returns
+  ///   1          entered
+  ///   0, EINVAL  the first character of `text` stands for no type
+  ///   0, EFAULT  a pointer is null
+  ///   0, ENOMEM  the array cannot grow
+  ///
+  /// Throws std::bad_alloc when memory for the value runs out.
   int EnterData(const char* name, const char* text);
 
-  // Each fills `type`, `data` (a new block) and `size` of an entry from the text form; the name is left
-  // alone. 1, or 0 with error 14 for a null text. They throw std::bad_alloc when memory runs out.
+  // Each stores `type`, `data` (a new block) and `size` of an entry from the text form. The name stays. They
+  // return 1, or 0 with EFAULT for a null text, and throw std::bad_alloc when memory runs out.
 
   static int ParseREG_SZ(Entry& entry, const char* text);
   static int ParseREG_MULTI_SZ(Entry& entry, const char* text);
@@ -54,19 +68,25 @@ class TAVLIB_API ARegistryData {
   static int ParseREG_DWORD(Entry& entry, const char* text);
   static int ParseREG_BINARY(Entry& entry, const char* text);
 
-  /// The value of that name, or null. It stays valid until the next change.
+  /// The value of that name, or null. The pointer stays valid until the next change.
   Entry* GetData(const char* name);
 
-  /// The value at `index`, or null past the end. It stays valid until the next change.
+  /// The value at `index`, or null past the end. The pointer stays valid until the next change.
   Entry* EnumData(unsigned index);
 
-  /// Removes the value of that name if it stands at an even position; a value at an odd position is not
-  /// found. 1, or 0 with error 2, or 14 for a null name.
+  /// Removes the value of that name if its position, counted from 0, is even. A value at an odd position is
+  /// not found.
+  ///
+  /// Returns
+  ///   1          removed
+  ///   0, ENOENT  not found
+  ///   0, EFAULT  the name is null
   int DeleteData(const char* name);
 
   /// Writes every value as a line of a registry file. A text ends at its first zero byte, and so do bytes:
-  /// what follows is lost. 1, errors of the stream being left in the stream; 0 with error 14 only for a null
-  /// stream.
+  /// what follows is lost.
+  ///
+  /// Returns 1, with errors of the stream left in the stream; or 0 with EFAULT for a null stream.
   int WriteData(std::FILE* file);
 
  protected:

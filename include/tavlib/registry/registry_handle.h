@@ -16,10 +16,13 @@ inline ARegistryKey* const REGISTRY_ROOT_USER = reinterpret_cast<ARegistryKey*>(
 inline ARegistryKey* const REGISTRY_ROOT_SUPERUSER = reinterpret_cast<ARegistryKey*>(std::uintptr_t{2});
 // NOLINTEND(performance-no-int-to-ptr)
 
-/// An open handle on one registry key. Apart from Open, Close and GetKey, the operations need an open handle;
-/// results and errors are those of ARegistryKey. A handle belongs to one thread at a time; different threads
-/// may use different handles, of one file and below one root, too. Opening, changing and closing wait for
-/// other threads as ARegistryKey says.
+/// An open handle on one registry key.
+///
+/// All operations but Open, Close and GetKey need an open handle and fail with EFAULT without one. Results
+/// and errors are those of ARegistryKey.
+///
+/// Threads: one at a time for each object. Different threads may use different handles, also of one file and
+/// below one root. Opening, changing and closing wait for other threads, as described at ARegistryKey.
 class TAVLIB_API ARegistry {
  public:
   ARegistry();
@@ -29,10 +32,13 @@ class TAVLIB_API ARegistry {
   ARegistry& operator=(const ARegistry&) = delete;
 
   /// Opens the key `path` below `root`: a predefined root, a key from ARegKeyFile, or an open key (this
-  /// handle's own included). An open handle is closed first, also when the new open fails. An empty `path` is
-  /// the top of the file.
-  /// `*disposition` (null: not told) receives 0 when the key did not exist at all and was created, else 1. 1;
-  /// or 0 with the handle closed. Throws what ARegistryKey::LoadKey throws.
+  /// handle's own included). An empty `path` is the top of the file. An open handle is closed first, also
+  /// when the new open fails.
+  ///
+  /// `*disposition`, unless `disposition` is null, becomes 0 when the key did not exist at all and was
+  /// created, else 1. It is not written on failure.
+  ///
+  /// Returns 1; or 0 with the handle closed. Throws what ARegistryKey::LoadKey throws.
   int Open(ARegistryKey* root, const char* path, int create, unsigned* disposition, unsigned access);
 
   /// Destroys the loaded key. Always 1.

@@ -7,8 +7,10 @@
 
 #include <cstdint>
 
-/// The sections that lie below one registry key, each as its path relative to the key with a trailing
-/// backslash, in the order and spelling of the file. Not for use by several threads at once.
+/// The sections that lie below one registry key, in the order and spelling of the file. Each is its path
+/// relative to the key, with a trailing backslash.
+///
+/// Threads: one at a time for each object.
 class TAVLIB_API ARegistryKeyList {
  public:
   ARegistryKeyList() = default;
@@ -17,18 +19,21 @@ class TAVLIB_API ARegistryKeyList {
   ARegistryKeyList(const ARegistryKeyList&) = delete;
   ARegistryKeyList& operator=(const ARegistryKeyList&) = delete;
 
-  /// Appends a copy of `name`. 1, or 0 with error 12.
+  /// Appends a copy of `name`. 1; or 0 with ENOMEM when memory runs out, EFAULT for a null name.
   int Enter(const char* name);
 
   /// The path at `index`, owned by the list; null past the end.
   const char* Enum(unsigned index);
 
-  /// Removes the last entry that equals `name`, ignoring case. 1; 0 with ENOENT when there is none, or with
-  /// EACCES when an entry begins with `name` and goes on, or when `name` equals or begins with the entry
-  /// behind one that equals it.
+  /// Removes the last entry that equals `name`, ignoring case. Returns
+  ///   1          removed
+  ///   0, ENOENT  there is none
+  ///   0, EACCES  an entry begins with `name` and goes on; or `name` equals or begins with the entry after
+  ///              one that equals it
+  ///   0, EFAULT  the name is null
   int Delete(const char* name);
 
-  /// Puts the entries in the order of KeySortCompare, in which they already stand. 1, or 0 for a list that
+  /// Leaves the entries in the order of KeySortCompare, in which they already stand. 1, or 0 for a list that
   /// never held an entry.
   int Sort();
 
