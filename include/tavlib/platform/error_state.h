@@ -5,9 +5,14 @@
 //
 // Codes are `errno` numbers. The library itself reports these, under the same numbers on every host:
 //
-//   ENOENT    2    EFAULT  14    name too long     78
-//   ENOMEM   12    EBUSY   16    buffer too small  79
-//   EACCES   13    EINVAL  22
+//   ENOENT             2
+//   ENOMEM            12
+//   EACCES            13
+//   EFAULT            14
+//   EBUSY             16
+//   EINVAL            22
+//   name too long     78
+//   buffer too small  79
 //
 // The last two have no `errno` name here: on most hosts the system has another error under their numbers, and
 // GetOsErrorString returns the text of that.
