@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds tavlib and shows a gateway that asks TAV servers on loopback who is at an address.
 #
-# Leaves nothing behind but the folder build/ (and the packages that it says it installs).
+# It leaves only the folder build/, and the packages that it says it installs.
 set -eu
 
 cd "$(dirname "$0")"

@@ -13,19 +13,18 @@ usage() {
   cat <<END
 usage: ./test.sh [--preset NAME] [FILTER]
 
-Installs what is missing, builds in build/NAME, runs the tests with CTest and ends with CTest's summary.
+Installs what is missing, builds in build/NAME and runs the tests with CTest. CTest's summary comes last.
 
-Without arguments, the tests of ${other_hosts[*]} follow, a host with 32 bits and one with the other byte order: built with
-Debian's cross compilers in build/HOST, run under an emulator where needed, and counted in a table. A host whose packages
-cannot be downloaded is left out, and the table says so.
+Without arguments, the tests of two other hosts follow: ${other_hosts[*]}. One has 32 bits, one the other byte order.
+Debian's cross compilers build them in build/HOST, and they run under an emulator where needed. A table shows the
+results. A host whose packages cannot be downloaded is left out, and the table says so.
 
   --preset NAME  one of: ${presets[*]}
-                 (release when none is given; asan stands for AddressSanitizer and UndefinedBehaviorSanitizer,
-                 tsan for ThreadSanitizer)
+                 (default release; asan is AddressSanitizer and UndefinedBehaviorSanitizer, tsan ThreadSanitizer)
   FILTER         run only the test programs whose names match this regular expression
   -h, --help     print this and exit
 
-Exit codes: 0 every test that was run passed, 2 wrong argument, anything else: a failure.
+Exit codes: 0 every test that ran passed, 2 wrong argument, anything else: a failure.
 END
 }
 

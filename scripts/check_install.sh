@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# check_install.sh [TAVSIM]: builds and installs as a packager does, then builds hosts against what was installed and
-# lets them ask two servers.
+# check_install.sh [TAVSIM]: builds and installs as a packager does. Then builds hosts against what was installed, and
+# they ask two servers.
 #
-# The library is built with CMake's defaults and no optional package in sight. TAVSIM is the server to run; the one
-# that demo.sh builds when none is given.
+# The library is built with CMake's defaults and without any optional package. TAVSIM is the server to run, by default
+# the one that demo.sh builds.
 set -eu
 
 cd "$(dirname "$0")/.."

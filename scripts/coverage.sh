@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# coverage.sh [BUILD]: runs the test programs against a library that counts, and judges which of its lines and branches
-# ran. Builds in BUILD, or in build/coverage.
+# coverage.sh [BUILD]: measures which lines and branches of the library the test programs run. Builds in BUILD, by
+# default build/coverage.
 #
-# Fails when too little is covered, and when a line that no test runs is not explained in scripts/coverage/explained.txt.
+# Fails when too little is covered, and when scripts/coverage/explained.txt does not explain a line that no test runs.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -30,7 +30,7 @@ for program in "${programs[@]}"; do
   fi
 done
 
-# Branches that only an exception takes, and those that the compiler made for no line, say nothing about the tests.
+# Branches that only an exception takes, and those that the compiler adds without a line, show nothing about the tests.
 gcovr --root . --filter '(platform|protocol|registry|servers|api|include)/' --exclude-throw-branches \
   --exclude-unreachable-branches --json "$build/coverage.json" "$objects"
 python3 scripts/coverage/judge.py "$build/coverage.json" scripts/coverage/explained.txt

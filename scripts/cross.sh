@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034,SC2154  # packages.sh sets what is used, and the scripts use what is set here
-# Builds and tests for this host and for others, each counted. Sourced by test.sh and matrix.sh, which run in the top
-# folder, after packages.sh.
+# Builds and tests for this host and for others, and counts the results. Sourced by test.sh and matrix.sh, which run in
+# the top folder, after packages.sh.
 #
 # The other hosts' compilers are Debian's cross compilers; what they build runs under qemu-user, i386 natively. Their
 # tests talk to this machine's own tavsim.
@@ -16,7 +16,7 @@ cross_compiler() {
   esac
 }
 
-# cross_packages TARGET...: the packages of this machine's that building for them and running what was built takes.
+# cross_packages TARGET...: the packages that this machine needs to build for them and to run what was built.
 cross_packages() {
   local target
   printf '%s\n' "${packages_cross[@]}"
@@ -25,9 +25,9 @@ cross_packages() {
   done
 }
 
-# cross_fetch TARGET ARCHITECTURE PACKAGE...: unpacks Debian's packages of that architecture in TARGET's sysroot. The apt
-# that finds them has this machine's sources and keys and a state of its own: this machine's packages and architectures
-# stay as they are.
+# cross_fetch TARGET ARCHITECTURE PACKAGE...: unpacks Debian's packages of that architecture in TARGET's sysroot. The
+# apt that finds them uses this machine's sources and keys, but a state of its own. So this machine's packages and
+# architectures stay as they are.
 cross_fetch() {
   local sysroot=$PWD/build/sysroot/$1 architecture=$2 apt package options
   shift 2
@@ -36,7 +36,7 @@ cross_fetch() {
   touch "$apt/status"
   options=(-q -o Acquire::Retries=3 -o "APT::Architecture=$architecture" -o "APT::Architectures::=$architecture"
     -o "APT::Sandbox::User=$(id -un)" -o "Dir::State=$apt" -o "Dir::State::status=$apt/status" -o "Dir::Cache=$apt/cache")
-  # One list that a mirror cannot give need not be one of those that are needed: what is missing fails the download.
+  # A list that a mirror cannot give need not be one of the lists needed. What is missing fails the download.
   if ! apt-get "${options[@]}" update; then
     echo "$0: not every list of Debian's packages for $architecture could be fetched; going on with those that are there" >&2
   fi
@@ -47,9 +47,9 @@ cross_fetch() {
   rm -rf "$apt"
 }
 
-# cross_sysroot TARGET: what its tools and tests take besides the compiler's own libraries, in build/sysroot/TARGET. Fails
-# when that cannot be downloaded. Debian has no packages for powerpc: it takes the headers of s390x, whose byte order, and
-# so whose locale, is the same, but not its libcrypto.
+# cross_sysroot TARGET: fetches what its tools and tests need besides the compiler's own libraries, in
+# build/sysroot/TARGET. Fails when that cannot be downloaded. Debian has no packages for powerpc. It takes the headers
+# of s390x, which has the same byte order and so the same locale, but not its libcrypto.
 cross_sysroot() {
   local target=$1 sysroot=build/sysroot/$1 architecture=$1 include
   if [ -e "$sysroot/complete" ]; then return; fi
@@ -82,7 +82,7 @@ suite_configure() {
   cmake -S . -B "$folder" -G Ninja "${options[@]}"
 }
 
-# suite_test FOLDER TARGET JOBS: runs the tests, with what they counted in FOLDER/results.
+# suite_test FOLDER TARGET JOBS: runs the tests and writes their results to FOLDER/results.
 suite_test() {
   local folder=$1 target=$2 jobs=$3 environment=() modules
   rm -rf "$folder/results"
@@ -96,9 +96,9 @@ suite_test() {
     --output-junit "$PWD/$folder/results/ctest.xml"
 }
 
-# suite_record FOLDER TARGET JOBS NATIVE: runs the tests and keeps what libcrypto answered them, in FOLDER/vectors, for a
-# target of which Debian has no libcrypto. NATIVE is a build for x86_64: the tests start programs of that host, too, and
-# the loader takes for each the recorder in the folder of its own host. Fails when a test does.
+# suite_record FOLDER TARGET JOBS NATIVE: runs the tests and keeps libcrypto's answers to them in FOLDER/vectors, for a
+# target for which Debian has no libcrypto. NATIVE is a build for x86_64. The tests start programs of that host, too,
+# and for each program the loader takes the recorder in the folder of its own host. Fails when a test fails.
 suite_record() {
   local folder=$1 target=$2 jobs=$3 native=$4 recorders=$1/recorders recorder=tests/vectors/libtavlib_vectors_recorder.so
   install -D "$folder/$recorder" "$recorders/lib/$target-linux-gnu/recorder.so" || return 1
@@ -110,8 +110,8 @@ suite_record() {
   LC_ALL=C sort -u "$folder/answers" >"$folder/vectors" && rm "$folder/answers"
 }
 
-# suite_count FOLDER: how many tests the last suite_test ran, and how many of them passed, were skipped and failed. A
-# program counts by the cases that it reports; one that reports nothing, or fails without a failing case, as one test.
+# suite_count FOLDER: how many tests the last suite_test ran, and how many of them passed, were skipped and failed. Each
+# case that a program reports is one test. A program that reports nothing, or fails without a failing case, is one test.
 suite_count() {
   local programs
   mapfile -t programs < <(find "$1/results/programs" -name '*.xml')

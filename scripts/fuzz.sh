@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Looks for inputs that the library does not stand. Options: see usage.
+# Looks for inputs that break the library. Options: see usage.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -13,9 +13,11 @@ usage() {
   cat <<END
 usage: scripts/fuzz.sh --minutes N [TARGET...]
 
-Installs what is missing, builds the fuzzers in $build and runs each target, or only those named, for N minutes of
-processor time, one after the other. Further runs start from what earlier ones came across, which is kept in
-$build/corpus. An input that shows a defect is kept in $corpus/TARGET, where the tests try it from then on.
+Installs what is missing and builds the fuzzers in $build. Runs each target, or only those named, for N minutes of
+processor time, one after the other.
+
+Further runs start from what earlier ones came across, which is kept in $build/corpus. An input that shows a defect is
+kept in $corpus/TARGET. From then on the tests try it.
 
   --minutes N  a whole number of minutes, at least 1
   TARGET       one of: ${known[*]}
@@ -93,7 +95,7 @@ run_once() {
   elapsed=$(awk '{ print int($3 + 0.5) }' "$log.time")
 }
 
-# The last number behind `label` in the log, or 0.
+# The last number after `label` in the log, or 0.
 last_number() {
   local label=$1
   awk -v label="$label" '{ for (i = 1; i < NF; i++) if ($i == label) n = $(i + 1) } END { print n + 0 }' "$log"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# lint.sh [format|tidy]: checks the layout of every source with clang-format and the library's sources with clang-tidy,
-# or only one of the two.
+# lint.sh [format|tidy]: checks the layout of every source with clang-format, and the library's sources with clang-tidy.
+# With an argument, does only one of the two.
 set -eu
 
 cd "$(dirname "$0")/.."

@@ -15,14 +15,14 @@ usage() {
   cat <<END_OF_USAGE
 usage: scripts/matrix.sh [--compiler NAME] [--config NAME] [--jobs N] [TARGET...]
 
-Installs what is missing, builds library, tools and tests in build/matrix for each TARGET and runs all their tests, on
-this machine or under an emulator, against this machine's own tavsim. Ends with a table of what was run.
+Installs what is missing and builds library, tools and tests in build/matrix for each TARGET. Runs all their tests, on
+this machine or under an emulator, against this machine's own tavsim. A table of the results comes last.
 
-  TARGET           x86_64 ${cross_targets[*]}; all when none is given
+  TARGET           x86_64 ${cross_targets[*]} (default all)
   --compiler NAME  only g++ or clang++
-  --config NAME    only Debug or Release, which is -O2 -flto with the checks of glibc and libstdc++; there, too, the
+  --config NAME    only Debug or Release. Release is -O2 -flto with the checks of glibc and libstdc++. Even there the
                    tests' own code is not optimised, and clang++ makes powerpc's machine code without optimisation
-  --jobs N         compilers and tests that run at a time, 1 to 99; $jobs when not given
+  --jobs N         compilers and tests that run at a time, 1 to 99 (default $jobs)
   -h, --help       print this and exit
 
 Exit codes: 0 every test passed, 1 something failed, 2 wrong argument.
@@ -89,20 +89,20 @@ if one_of clang++ "${compilers[@]}"; then packages+=("${packages_clang[@]}" "${p
 install_packages "for the matrix" "${packages_build[@]}" "${packages_gcc[@]}" "${packages_tools[@]}" \
   "${packages_tests[@]}" "${packages[@]}" || exit 1
 
-# link_flags_of TARGET COMPILER: what it takes to optimise while linking, where clang++ 14 has its troubles.
+# link_flags_of TARGET COMPILER: the linker flags for optimising while linking, where clang++ 14 needs help.
 link_flags_of() {
   case $1-$2 in
-    # Over its code for this host, the usual linker fails ("nonrepresentable section on output") or crashes. gold looks
-    # for the tests' wraps of system calls behind those that libcrypto makes, too, unless told to let these be.
+    # The usual linker fails on this compiler's code for this host ("nonrepresentable section on output") or crashes.
+    # Without the option, gold also looks for the tests' wraps of system calls for the calls that libcrypto makes.
     armhf-clang++) echo -fuse-ld=gold -Wl,--allow-shlib-undefined ;;
-    # It does not tell the unwinder where a function has saved the fields of the condition register that outlive calls,
-    # so that catching an exception changes the conditions of callers. Machine code that is made without optimisation,
-    # though of code that was optimised before, keeps none in these fields.
+    # It does not record for the unwinder where a function has saved the fields of the condition register that outlive
+    # calls, so catching an exception changes the conditions of callers. Machine code that is made without optimisation,
+    # even of code that was optimised before, keeps none in these fields.
     powerpc-clang++) echo -Wl,-plugin-opt=O0 ;;
   esac
 }
 
-# options_of TARGET COMPILER CONFIGURATION: what CMake is told besides.
+# options_of TARGET COMPILER CONFIGURATION: the further options for CMake.
 options_of() {
   local prefix='' lto=-flto kind
   echo "-DCMAKE_BUILD_TYPE=$3"
@@ -126,14 +126,14 @@ options_of() {
   fi
 }
 
-# The server that every target's tests talk to, and what records libcrypto's answers to it.
+# The server that every target's tests talk to, and the recorder of libcrypto's answers to it.
 native=build/matrix/native
 served=-DTAVLIB_TAVSIM=$PWD/$native/tools/tavsim/tavsim
 cmake -S . -B "$native" -G Ninja -DCMAKE_BUILD_TYPE=Release &&
   cmake --build "$native" --parallel "$jobs" --target tavsim tavlib_vectors_recorder || exit 1
 
-# record_vectors COMPILER CONFIGURATION: what libcrypto answers the tests of i386, for powerpc, of which Debian has none.
-# Numbers have as many bits on both, so the same calls fail in the torture tests and the same packets follow.
+# record_vectors COMPILER CONFIGURATION: records libcrypto's answers to the tests of i386, for powerpc, for which Debian
+# has none. Numbers have as many bits on both, so the same calls fail in the torture tests and the same packets follow.
 record_vectors() {
   local folder=build/matrix/i386-$1-$2 options
   mapfile -t options < <(options_of i386 "$1" "$2")

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# mutate.sh: breaks the library in many places, one at a time, and counts how often the tests notice. See usage.
+# Breaks the library in many places, one at a time, and counts how often the tests notice. Options: see usage.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -9,18 +9,18 @@ usage() {
   cat <<END
 usage: scripts/mutate.sh [--count N] [--seed N] [--room NAME] [--build FOLDER]
 
-Changes one constant, operator, condition, argument or statement of the library at a time, in a copy, and runs the test
-programs against each mutant until one fails. Prints how many each room's tests caught. Every survivor has a reason in
-scripts/mutation/survivors.txt.
+Changes one constant, operator, condition, argument or statement of the library at a time, in a copy. Runs the test
+programs against each mutant until one fails. Prints how many mutants each room's tests caught. Every survivor needs a
+reason in scripts/mutation/survivors.txt.
 
-  --count N       how many mutants, over all rooms (300)
-  --seed N        which ones are drawn (1)
+  --count N       how many mutants, over all rooms (default 300)
+  --seed N        which ones are drawn (default 1)
   --room NAME     only this room's share: platform, protocol, registry, servers or api
-  --build FOLDER  where the copy is built (build/mutation)
+  --build FOLDER  where the copy is built (default build/mutation)
   -h, --help      print this and exit
 
-Exit codes: 0 every survivor is listed and at least 95 % of all rooms' mutants were caught, 2 wrong
-argument, anything else: a failure.
+Exit codes: 0 every survivor is listed and at least 95 % of all rooms' mutants were caught, 2 wrong argument, anything
+else: a failure.
 END
 }
 

@@ -9,7 +9,7 @@ packages_clang_sanitizers=(libclang-rt-14-dev)
 packages_tools=(libssl-dev nlohmann-json3-dev libcli11-dev)
 packages_tests=(libgtest-dev libgmock-dev libbenchmark-dev make)
 packages_fuzz=(clang libclang-rt-14-dev)
-# For building on this machine for others, and what is taken of theirs: see cross.sh.
+# For building on this machine for other hosts, and their own packages that this takes: see cross.sh.
 packages_cross=(qemu-user googletest)
 packages_sysroot=(nlohmann-json3-dev libcli11-dev libssl-dev libssl3 libc-bin)
 packages_valgrind=(valgrind)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# run_examples.sh BUILD: runs every example of a build folder whose library reads BUILD/run/tavlib.conf. Called with
-# two servers running (with_servers.sh). The exit code is 0 when every answer was right.
+# run_examples.sh BUILD: runs every example of a build folder whose library reads BUILD/run/tavlib.conf. Two servers
+# must be running (with_servers.sh). The exit code is 0 when every answer was right.
 set -eu
 
 here=$(cd "$(dirname "$0")/.." && pwd)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # run_hosts.sh FOLDER LIBRARY [HOST...]: asks the servers through each of the smallest hosts in FOLDER and compares the
-# answers. LIBRARY is what lookup_dlopen loads; each further HOST asks for 10.1.0.11 without an argument.
+# answers. lookup_dlopen loads LIBRARY. Each further HOST asks for 10.1.0.11 without an argument.
 set -eu
 
 folder=$1

@@ -9,16 +9,19 @@ usage() {
   cat <<END
 usage: scripts/soak.sh [--lookups N] [--seed S]
 
-Builds in build/release and makes N look-ups (10 million when none are given) at a server process that loses, delays,
-repeats, reorders, corrupts and forges replies. Every answer is compared with what the server was told. Prints the
-resident size at the start, after the warm-up and at each tenth, and at the end how the look-ups ended.
+Builds in build/release and makes N look-ups at a server process that loses, delays, repeats, reorders, corrupts and
+forges replies. Compares every answer with the server's entries. Prints the resident size at the start, after the
+warm-up and at each tenth of the look-ups. Prints at the end how the look-ups ended.
 
-  --lookups N  look-ups to make, 20 or more
-  --seed S     seed of addresses and faults, 1 when none is given
+  --lookups N  look-ups to make, 20 or more (default 10 million)
+  --seed S     seed of addresses and faults (default 1)
   -h, --help   print this and exit
 
-Exit codes: 0 all is well, 1 an answer was wrong, most look-ups were not answered, or memory grew by more than 1024 KiB
-after the warm-up, 2 wrong argument, anything else: a failure.
+Exit codes:
+  0  all is well
+  1  an answer was wrong, most look-ups were not answered, or memory grew by more than 1024 KiB after the warm-up
+  2  wrong argument
+  anything else: a failure
 END
 }
 

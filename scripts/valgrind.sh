@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# valgrind.sh [PROGRAM...]: runs the test programs under valgrind's memory checker, or only those named, for example
-# protocol_tests.
+# valgrind.sh [PROGRAM...]: runs the test programs, or only those named, under valgrind's memory checker. An example of
+# a name is protocol_tests.
 #
-# Any error or leak fails a program. What a test starts runs without valgrind.
+# Any error or leak fails a program. Programs that a test starts run without valgrind.
 set -eu
 
 cd "$(dirname "$0")/.."

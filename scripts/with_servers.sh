@@ -13,8 +13,8 @@ gateway_phrase='gateway secret'
 branch_phrase='branch secret'
 servers=()
 
-# The library opens the machine-wide store, which makes an empty file of it when the caller may write there. What
-# was not here before is removed again, unless somebody has put something into it meanwhile.
+# The library opens the machine-wide store. That creates an empty file when the caller may write there. A file that was
+# not here before is removed again, unless somebody has put something into it meanwhile.
 store=$(getent passwd 0 | cut -d: -f6)/.regfile
 if [ -e "$store" ]; then store_was_there=yes; else store_was_there=no; fi
 
@@ -35,8 +35,8 @@ trap 'exit 143' TERM
 # start_server NAME ADDRESS PHRASE: starts a server on a free port and sets `port` to it.
 start_server() {
   local log=$folder/$1.log server tries
-  # Made here: the server's own shell may open it only after it has been read below, or while it still names the port of
-  # a run before.
+  # Made here: the server's own shell may open it only after it was read below, when it could still name the port of an
+  # earlier run.
   : >"$log"
   "$tavsim" --address "$2" --port 0 --passphrase "$3" --entries "$here/examples/users.json" --trace >>"$log" 2>&1 &
   server=$!
