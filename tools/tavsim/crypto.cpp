@@ -30,7 +30,7 @@ Crypto::Crypto(std::string_view passphrase)
   prepare_cipher();
 }
 
-// The context is keyed once: with no chaining and no padding, a whole block leaves no state behind.
+// The context is keyed once: with no chaining and no padding, a whole block leaves no state.
 void Crypto::prepare_cipher() {
   const std::unique_ptr<EVP_CIPHER, decltype(&EVP_CIPHER_free)> blowfish(
       EVP_CIPHER_fetch(library_.get(), "BF-ECB", nullptr), &EVP_CIPHER_free);

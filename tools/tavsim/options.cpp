@@ -13,10 +13,10 @@ constexpr const char* fault_help = R"(Faults:
   --fault KIND=every:N   strikes each Nth request
   --fault KIND=first:N   strikes the first N requests
   --fault KIND=prob:P    strikes a request with probability P (0 to 1, drawn with --seed)
-  Only verified requests count. Kinds can be combined and repeated; the same options and the same requests
-  give the same faults. KIND is one of
+  Only verified requests are counted. Kinds can be combined and repeated. The same options and the same
+  requests give the same faults. KIND is one of
     interim    sends --interim-count interim replies first
-    error      refuses the request with an error reply (--final-after-error: the real reply follows it)
+    error      refuses the request with an error reply (with --final-after-error, the real reply follows)
     delay      sends the reply --delay-ms later; other replies do not wait for it
     loss       sends no reply
     duplicate  sends the reply twice
@@ -27,22 +27,22 @@ constexpr const char* fault_help = R"(Faults:
     corrupt    flips one bit anywhere in the reply
     replay     sends one of the last 64 replies again first, whoever asked for it
     flood      sends --flood-count datagrams first: random bytes, and replies under guessed ids with wrong digests
-  Interim replies, replays and floods are spared by the other faults.
+  The other faults leave interim replies, replays and floods alone.
 
 Entries:
-  FILE is a JSON array of objects. "address" (dotted quad) is required; "user", "string2", "string3" (texts),
-  "data" (hex digits), "flag8" (true or false) and the numbers "tag", "word7" and "word9" to "word14" may be
-  left out. word13 is the server's own in replies: the position from which the next query of an enumeration
-  continues. An added entry replaces the one with the same user and address. A query's first argument word
-  selects the fields that must match its filter (bits 0x001 to 0x400, 0 for all entries); texts match without
-  regard to case.
+  FILE is a JSON array of objects. Each needs "address" (dotted quad). It may have "user", "string2" and
+  "string3" (texts), "data" (hex digits), "flag8" (true or false), and the numbers "tag", "word7" and "word9"
+  to "word14". In replies, the server sets word13 itself: the position from which the next query of an
+  enumeration continues. An added entry replaces the one with the same user and address. A query's first
+  argument word selects the fields that must match its filter (bits 0x001 to 0x400, 0 for all entries). Texts
+  match without regard to case.
 
 Examples:
   tavsim --passphrase secret --entries users.json --port 5000 --trace
   tavsim --passphrase secret --fault loss=first:2 --fault duplicate=every:3
   tavsim --passphrase secret --fault delay=prob:0.1 --delay-ms 250 --fault interim=prob:0.5 --seed 7
 
-It prints "tavsim: listening on ADDRESS:PORT" once it serves, and ends on SIGTERM or SIGINT.
+tavsim prints "tavsim: listening on ADDRESS:PORT" once it serves. It ends on SIGTERM or SIGINT.
 Exit codes: 0 stopped, 1 failed, 2 wrong argument or bad entries file.)";
 
 // What the parser fills before it is checked and converted.
@@ -58,15 +58,16 @@ struct Raw {
 void add_server_options(CLI::App& app, Raw& raw, Options& options) {
   app.add_option("--address", raw.address, "Address to serve, inside 127.0.0.0/8")->capture_default_str();
   app.add_option("--port", raw.port, "UDP port; 0 takes a free one")->capture_default_str();
-  app.add_option("--passphrase", options.passphrase, "Pass phrase; 16 characters count, 5 for the cipher")
+  app.add_option("--passphrase", options.passphrase,
+                 "Pass phrase; the first 16 characters are used, by the cipher 5")
       ->required();
   app.add_option("--entries", options.entries_file, "JSON file with the entries to start with")
       ->type_name("FILE");
   app.add_option("--version-word", options.version, "Answer to a version query")->capture_default_str();
-  app.add_option("--count", options.count, "Stop after so many verified requests; 0 for no limit")
+  app.add_option("--count", options.count, "Stop after this many verified requests; 0 for no limit")
       ->capture_default_str();
   app.add_flag("--trace", options.trace, "Print a line for each request and reply");
-  app.add_flag("--trace-hex", options.trace_hex, "Print each received datagram in hex too; implies --trace");
+  app.add_flag("--trace-hex", options.trace_hex, "Print each received datagram in hex, too; implies --trace");
 }
 
 void add_fault_options(CLI::App& app, Raw& raw, Options& options) {
@@ -77,7 +78,7 @@ void add_fault_options(CLI::App& app, Raw& raw, Options& options) {
       ->capture_default_str();
   app.add_option("--interim-count", options.faults.interim_count, "Interim replies per interim fault")
       ->capture_default_str();
-  app.add_option("--interim-gap-ms", raw.interim_gap, "Milliseconds behind each interim reply")
+  app.add_option("--interim-gap-ms", raw.interim_gap, "Milliseconds after each interim reply")
       ->capture_default_str();
   app.add_option("--delay-ms", raw.delay, "Milliseconds of a delay fault")->capture_default_str();
   app.add_option("--truncate-to", raw.truncate_to,
@@ -85,7 +86,7 @@ void add_fault_options(CLI::App& app, Raw& raw, Options& options) {
   app.add_option("--flood-count", options.faults.flood_count, "Datagrams per flood fault")
       ->capture_default_str();
   app.add_flag("--final-after-error", options.faults.final_after_error,
-               "Send the real reply behind an error fault's reply");
+               "Send the real reply after an error fault's reply");
 }
 
 sockaddr_in loopback(const Raw& raw) {

@@ -19,8 +19,8 @@ constexpr std::size_t code_offset = 4;
 constexpr std::size_t id_offset = 8;
 constexpr std::size_t digest_offset = 12;
 constexpr std::size_t arguments_offset = 28;
-constexpr std::size_t reply_entry_offset = 32;  ///< Behind the count word; an added entry stands there too.
-constexpr std::size_t query_entry_offset = 40;  ///< Behind the three argument words.
+constexpr std::size_t reply_entry_offset = 32;  ///< After the count word; an added entry stands there, too.
+constexpr std::size_t query_entry_offset = 40;  ///< After the three argument words.
 constexpr std::size_t data_offset = 96;
 
 enum Operation : std::uint8_t {

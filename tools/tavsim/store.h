@@ -10,7 +10,7 @@
 namespace tavsim {
 
 /// The entries of the server, in order. An entry that is handed out carries in `word13` the number of the
-/// entry behind it, counted from 0; a client that sends it back as its cursor continues there.
+/// entry after it, counted from 0; a client that sends it back as its cursor continues there.
 class Store {
  public:
   Store() = default;
