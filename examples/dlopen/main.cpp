@@ -1,8 +1,8 @@
-// Prints who is at an address, with a library that is loaded while the program runs: lookup_dlopen
-// libtavlib.so.1 10.1.0.11
+// Prints who is at an address, with a library that is loaded while the program runs:
+// lookup_dlopen libtavlib.so.1 10.1.0.11
 //
 // This host has no event loop and defines neither T_event_set_socket nor T_event_del_socket. The library
-// loads without them, every symbol resolved at once, and blocking look-ups work.
+// loads without them, even with every symbol resolved at once, and blocking look-ups work.
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <endian.h>
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Headers are only read for the types of the functions; nothing is linked.
+// The headers only give the types of the functions; nothing is linked.
 template <typename Function>
 Function* find(void* library, const char* name) {
   void* const symbol = dlsym(library, name);
@@ -45,7 +45,7 @@ int main(int count, char** arguments) {
     std::cerr << "usage: lookup_dlopen LIBRARY ADDRESS\n";
     return 2;
   }
-  std::setlocale(LC_CTYPE, "");  // by which the library converts names of more than ASCII
+  std::setlocale(LC_CTYPE, "");  // the library converts names that are not ASCII by this locale
   void* const library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     std::cerr << "lookup_dlopen: " << dlerror() << '\n';

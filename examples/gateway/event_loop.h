@@ -15,14 +15,14 @@ class EventLoop {
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
-  /// Calls `ready(n, argument)`, n being the number of the round, whenever `socket` is readable. 0, or -1
-  /// when the system refuses the socket.
+  /// Calls `ready(n, argument)` whenever `socket` is readable; n is the number of the round. 0, or -1 when
+  /// the system refuses the socket.
   int watch(int socket, Ready ready, void* argument);
 
-  /// Ends that. 0, or -1 for a socket that is not watched.
+  /// Stops watching `socket`. 0, or -1 for a socket that is not watched.
   int forget(int socket);
 
-  /// Waits until a socket is readable and calls what belongs to each that is; false when `milliseconds` went
+  /// Waits until a socket is readable, and calls `ready` for each one that is. False when `milliseconds` went
   /// by without one.
   bool run_once(int milliseconds);
 

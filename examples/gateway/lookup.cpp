@@ -10,7 +10,7 @@
 namespace gateway {
 namespace {
 
-// A text that fills its buffer is left without a terminating zero. The last byte is ours, and stays zero.
+// A text that fills its buffer has no terminating zero. The last byte is ours, and stays zero.
 unsigned room(const std::array<char, 65>& buffer) {
   return static_cast<unsigned>(buffer.size()) - 1;
 }
@@ -29,7 +29,7 @@ std::optional<User> look_up(const std::string& address) {
 Lookups::Lookups(std::vector<std::string> addresses)
     : addresses_(std::move(addresses)), lookups_(addresses_.size()) {}
 
-// The callback comes before this returns when the look-up cannot be started.
+// When the look-up cannot be started, the callback comes before this returns.
 void Lookups::start_next() {
   const std::uint32_t address = number_of(addresses_[started_]);
   Lookup& lookup = lookups_[started_++];
@@ -45,7 +45,7 @@ void Lookups::ended(int success, void* cookie) {
   --*lookup.in_flight;
 }
 
-// A lost datagram is not sent again, so look-ups that wait in vain are given up now and then.
+// A lost datagram is not sent again, so look-ups that wait in vain are abandoned now and then.
 void Lookups::run(unsigned patience_ms) {
   using Clock = std::chrono::steady_clock;
   constexpr std::chrono::seconds now_and_then{1};

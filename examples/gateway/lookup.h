@@ -11,16 +11,16 @@
 
 namespace gateway {
 
-/// Asks the gateway's server who is at `address` (dotted quad) and waits, up to 300 seconds. Nothing when the
+/// Asks the gateway's server who is at `address` (dotted quad) and waits up to 300 seconds. Nothing when the
 /// look-up failed; the library's last error says why.
 std::optional<User> look_up(const std::string& address);
 
-/// The look-ups that await their answers at a time. The requests must fit the server's receive buffer, and
-/// the answers that come while the loop is busy ours; what does not fit is lost.
+/// How many look-ups may await their answers at a time. The requests must fit the server's receive buffer.
+/// The answers that come while the loop is busy must fit ours. What does not fit is lost.
 constexpr std::size_t most_in_flight = 100;
 
-/// Look-ups through the event loop, each address with a look-up of its own. The loop must not run again once
-/// the object is gone while one of them is in flight; SSO_Exit ends those.
+/// Look-ups through the event loop, one for each address. Destroy the object only when none of them is in
+/// flight, or when the loop does not run again; SSO_Exit ends those in flight.
 class Lookups {
  public:
   explicit Lookups(std::vector<std::string> addresses);

@@ -1,6 +1,5 @@
-// A gateway in small: it asks TAV servers who is behind an address, waiting and through its own event loop,
-// and compares each answer with a file of expected users. The exit code is 0 only when every answer was
-// right.
+// A small gateway. It asks TAV servers who is at an address, waiting and through its own event loop, and
+// compares each answer with a file of expected users. The exit code is 0 only when every answer was right.
 #include <tavlib/tavlib.h>
 
 #include <algorithm>
@@ -40,7 +39,7 @@ void show_servers(Report& report) {
   std::vector<std::vector<std::string>> rows{{"SERVER", "VERSION"}};
   for (const unsigned long server : configured_servers()) {
     const std::optional<unsigned> version = version_of(server);
-    report.check(version.has_value(), dotted(server) + " does not tell its version");
+    report.check(version.has_value(), dotted(server) + " does not answer with its version");
     rows.push_back({dotted(server), version.has_value() ? std::to_string(*version) : "-"});
   }
   report.check(rows.size() > 1, "no server is configured");
@@ -148,7 +147,7 @@ int main(int count, char** arguments) {
     std::cerr << "usage: gateway EXPECTED-USERS\n";
     return 2;
   }
-  std::setlocale(LC_CTYPE, "");  // by which the library converts texts of more than ASCII
+  std::setlocale(LC_CTYPE, "");  // the library converts texts that are not ASCII by this locale
   try {
     return gateway::run(arguments[1]);
   } catch (const std::exception& failure) {

@@ -9,13 +9,13 @@
 
 namespace gateway {
 
-/// Compares answers with what is expected, tells which are wrong and counts both.
+/// Compares answers with what is expected, prints the wrong ones and counts both kinds.
 class Report {
  public:
-  /// Counts one answer; a wrong one is told on standard error. Returns `right`.
+  /// Counts one answer and prints a wrong one on standard error. Returns `right`.
   bool check(bool right, const std::string& what);
 
-  /// The same for the answer to one look-up; nothing stands for a look-up that failed.
+  /// The same for the answer to one look-up. An answer of nothing means that the look-up failed.
   bool check(const Place& expected, const std::optional<User>& answer, const std::string& how);
 
   int right() const;
@@ -26,7 +26,7 @@ class Report {
   int wrong_{0};
 };
 
-/// Prints rows as columns, two blanks apart, the first row being the headings.
+/// Prints rows as columns, two blanks apart. The first row holds the headings.
 void print_table(const std::vector<std::vector<std::string>>& rows);
 
 /// A text for people: "NAME, GROUP", "nobody", or "no answer".

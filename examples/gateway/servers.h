@@ -18,11 +18,11 @@ std::string dotted(unsigned long address);
 /// The version that the server answers with; nothing when it does not answer.
 std::optional<unsigned> version_of(unsigned long server);
 
-/// Every entry that the server holds, in its order. The user of one who is logged out is nobody. Throws
+/// Every entry that the server holds, in its order. The user of an entry that is logged out is nobody. Throws
 /// std::runtime_error when an answer does not come.
 std::vector<Place> entries_of(unsigned long server);
 
-/// Tells every server that `place.user` is at `place.address`; true when every server took it.
+/// Adds on every server that `place.user` is at `place.address`. True when every server took the entry.
 bool add_entry(const Place& place);
 
 }  // namespace gateway

@@ -30,8 +30,8 @@ struct Place {
 /// The number by which entries carry a dotted quad: inet_addr's on a little-endian machine, on every host.
 std::uint32_t number_of(const std::string& address);
 
-/// Reads lines of "address, user, group"; '-' is an empty text, blanks around the commas do not count, and
-/// lines that begin with '#' are comments. Throws std::runtime_error that names the file and the line.
+/// Reads lines of "address, user, group". '-' is an empty text, blanks around the commas are ignored, and
+/// lines that begin with '#' are comments. Throws a std::runtime_error that names the file and the line.
 std::vector<Place> read_places(const std::string& path);
 
 }  // namespace gateway

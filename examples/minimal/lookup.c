@@ -13,7 +13,7 @@ int main(int count, char** arguments) {
     fputs("usage: lookup_c ADDRESS\n", stderr);
     return 2;
   }
-  setlocale(LC_CTYPE, ""); /* by which the library converts names of more than ASCII */
+  setlocale(LC_CTYPE, ""); /* the library converts names that are not ASCII by this locale */
   if (SSO_Init() == NULL) {
     fprintf(stderr, "lookup_c: SSO_Init: error %u\n", SSO_GetLastError());
     return 1;

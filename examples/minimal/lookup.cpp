@@ -12,7 +12,7 @@ int main(int count, char** arguments) {
     std::cerr << "usage: lookup ADDRESS\n";
     return 2;
   }
-  std::setlocale(LC_CTYPE, "");  // by which the library converts names of more than ASCII
+  std::setlocale(LC_CTYPE, "");  // the library converts names that are not ASCII by this locale
   if (SSO_Init() == nullptr) {
     std::cerr << "lookup: SSO_Init: error " << SSO_GetLastError() << '\n';
     return 1;
