@@ -9,6 +9,7 @@
 #include "api/process_state.h"
 #include "api/sso_lookups.h"
 #include "api/thread_records.h"
+#include "platform/no_cancellation.h"
 
 namespace {
 
@@ -36,7 +37,9 @@ void destroy_server_list() {
 
 }  // namespace
 
+// A cancelled thread would leave a count without a library, or one half taken down, so it is put off.
 int TAVInitialize() {
+  const tavlib::NoCancellation whole;
   if (static_cast<unsigned>(InterlockedIncrement(&g_InitCount)) > 1) {
     if (g_ServerList != nullptr && g_ServerListReady != 0) g_ServerList->SetAllCommsUp();
     return 1;
@@ -62,6 +65,7 @@ int TAVInitialize() {
 }
 
 void TAVExit() {
+  const tavlib::NoCancellation whole;
   if (InterlockedDecrement(&g_InitCount) != 0) return;
   if (g_ServerList != nullptr) {
     tavlib::drop_lookups();

@@ -28,13 +28,39 @@ int wait_for(TAVASYNC& async, int result) {
   return TAVASyncStatus(&async, 1);
 }
 
+// A request that is attached to the caller's handle while it is being started, and released when that is not
+// done: a thread may be cancelled while it sends.
+class StartingRequest {
+ public:
+  explicit StartingRequest(TAVASYNC& async) : async_(async), request_(tavlib::attach_request(async)) {}
+  ~StartingRequest() {
+    if (!done_) tavlib::release_request(async_);
+  }
+
+  StartingRequest(const StartingRequest&) = delete;
+  StartingRequest& operator=(const StartingRequest&) = delete;
+
+  ServerInterface::ASyncRequest* request() const { return request_; }
+
+  int finish(unsigned status) {
+    done_ = true;
+    return tavlib::started(async_, status);
+  }
+
+ private:
+  TAVASYNC& async_;
+  ServerInterface::ASyncRequest* request_;
+  bool done_{false};
+};
+
 template <typename Record>
 int next_entry(TAVQueryEnum* query, Record& entry, TAVASYNC& async) {
   async.Request = nullptr;  // so that abandoning it is safe on every way out
   if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
   if (query == nullptr) return tavlib::refuse(TAV_E_CANCELLED);
   if (query->UsesList(g_ServerList) == 0) return tavlib::refuse(TAV_E_NOTINITIALISED);
-  return tavlib::started(async, query->QueryNext(entry, tavlib::attach_request(async)));
+  StartingRequest starting(async);
+  return starting.finish(query->QueryNext(entry, starting.request()));
 }
 
 std::unique_ptr<TAVQueryEnum> create_enumeration(const _TAVENTRYW& filter, unsigned a1, unsigned a2,
@@ -62,8 +88,8 @@ int add_entry(const Record& entry) {
 int TAVQueryVersionAs(unsigned long server, unsigned* version, TAVASYNC* async) {
   async->Request = nullptr;  // so that abandoning it is safe on every way out
   if (g_ServerList == nullptr) return tavlib::refuse(TAV_E_NOTINITIALISED);
-  ServerInterface::ASyncRequest* request = tavlib::attach_request(*async);
-  return tavlib::started(*async, g_ServerList->QueryVersion(server, *version, request));
+  StartingRequest starting(*async);
+  return starting.finish(g_ServerList->QueryVersion(server, *version, starting.request()));
 }
 
 int TAVQueryVersion(unsigned long server, unsigned* version) {

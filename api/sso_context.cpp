@@ -50,7 +50,8 @@ void SSO_TAVContext::Go() {
   sent = true;
   const int result = busy ? tavlib::refuse(TAV_E_BUSY) : TAVQueryNextAsA(query, &entry, &handle);
   if (result == 1) return;
-  if (TAVGetLastError() != TAV_E_PENDING) {
+  // Without a record of its own a thread may find another one's code, so the handle decides.
+  if (busy || handle.Request == nullptr) {
     closeQuery();
     throw tavexception(TAVGetLastError());
   }

@@ -46,9 +46,14 @@ void finish(const LookupInFlight& ended) {
   lookup->Finish(result, TAVGetLastError());
 }
 
+// Whether the library still has the look-up. One of a library that was exited since is its host's to delete.
+bool is_ours(const LookupInFlight& lookup) {
+  return living_owner(lookup.request()) != nullptr && handle_of(&lookup.request()) != nullptr;
+}
+
 const LookupInFlight* oldest_given_up() {
   const LookupInFlight* lookup = LookupInFlight::oldest();
-  while (lookup != nullptr && !lookup->given_up)
+  while (lookup != nullptr && !(lookup->given_up && is_ours(*lookup)))
     lookup = lookup->next();
   return lookup;
 }
@@ -61,20 +66,19 @@ const LookupInFlight* next_ended(unsigned long address) {
   return settled == nullptr ? oldest_given_up() : lookup_of(settled);
 }
 
+// A callback may take the layer to another gateway, whose look-ups then end here, too.
 void finish_ended(unsigned long address) {
-  while (const LookupInFlight* ended = next_ended(address))
+  const LookupInFlight* ended = nullptr;
+  while ((ended = next_ended(address)) != nullptr || (ended = next_ended(g_SsoServer)) != nullptr)
     finish(*ended);
 }
 
-// The oldest look-up that is due to end and that the library still has. One of a library that was exited
-// since is its host's to delete.
+// The oldest look-up that is due to end.
 template <typename Due>
 LookupInFlight* oldest_due(TimePoint started_before, Due due) {
   LookupInFlight* lookup = LookupInFlight::oldest();
   while (lookup != nullptr && lookup->started() < started_before) {
-    const Request& request = lookup->request();
-    const bool ours = living_owner(request) != nullptr && handle_of(&request) != nullptr;
-    if (ours && !lookup->given_up && due(request)) return lookup;
+    if (is_ours(*lookup) && !lookup->given_up && due(lookup->request())) return lookup;
     lookup = lookup->next();
   }
   return nullptr;

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "platform/keep_error.h"
+#include "platform/no_cancellation.h"
 
 namespace {
 
@@ -29,6 +30,7 @@ ServerInterface::ServerInterface(unsigned long serverAddress, unsigned short ser
     : address(serverAddress),
       port(htons(serverPort)),
       socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+  const tavlib::NoCancellation whole;
   enterLive();
   if (socket == -1) return;
   ask_for_receive_buffer(socket);
@@ -41,6 +43,7 @@ ServerInterface::ServerInterface(unsigned long serverAddress, unsigned short ser
 }
 
 ServerInterface::~ServerInterface() {
+  const tavlib::NoCancellation whole;  // a destructor that is left ends the process
   leaveLive();
   if (socket != -1) close(socket);
 }
@@ -83,7 +86,10 @@ void ServerInterface::KeepSettled(ASyncRequest* request) {
 }
 
 void ServerInterface::Forget(ASyncRequest* request) {
-  if (IsRegistered(request->registeredId, request)) requests.erase(request->registeredId);
+  if (IsRegistered(request->registeredId, request)) {
+    requests.erase(request->registeredId);
+    if (ended != nullptr) ended(*this, request);
+  }
   std::erase(settled, request);
 }
 

@@ -55,6 +55,7 @@ void ServerInterface::settle(ASyncRequest* request, _TAVPACKET& reply) {
   std::memcpy(&request->packet, &reply, tavlib::length_of(reply));
   if (VerifyMd5Sum(&reply, keyBuffer.data()) == 0) {
     request->status = TAV_E_BADPACKET;
+    if (ended != nullptr) ended(*this, request);
     return;
   }
   request->status = request->completion == nullptr ? 0 : request->completion(this, request);

@@ -1,4 +1,5 @@
 #include "platform/keep_error.h"
+#include "platform/no_cancellation.h"
 
 #include <tavlib/registry/registry_key.h>
 
@@ -6,6 +7,7 @@
 
 void ARegistryKey::CloseStream::operator()(std::FILE* stream) const {
   const tavlib::KeepError keep;
+  const tavlib::NoCancellation whole;  // what the stream holds may have to be written
   static_cast<void>(std::fclose(stream));
 }
 

@@ -1,6 +1,7 @@
 #include "registry/registry_file.h"
 
 #include "platform/keep_error.h"
+#include "platform/no_cancellation.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -57,6 +58,7 @@ bool is_writable(std::FILE* stream) {
 
 void sync_folder_of(const char* path) {
   const KeepError keep;
+  const NoCancellation whole;
   const char* slash = std::strrchr(path, '/');
   char folder[1024];
   static_cast<void>(std::snprintf(folder, sizeof folder, "%.*s.",

@@ -49,7 +49,7 @@ unsigned TAVQueryEnum::startStep(void* out, int isWide, ServerInterface::ASyncRe
   return status;
 }
 
-// A step's request is looked at only while its transport has it: once abandoned, its memory may have ended.
+// A step's request is looked at only while its transport has it: a careless host may have ended its memory.
 bool TAVQueryEnum::isOutstanding() const {
   return hasRequest() && request->status == TAV_E_PENDING;
 }
@@ -58,20 +58,24 @@ bool TAVQueryEnum::hasRequest() const {
   return transport != nullptr && transport->IsRegistered(requestId, request);
 }
 
+bool TAVQueryEnum::isStepOf(const ServerInterface::ASyncRequest* candidate) const {
+  return request == candidate && requestId == candidate->registeredId;
+}
+
 void TAVQueryEnum::enterStep(ServerInterface::ASyncRequest* sent) {
   transport = static_cast<TAVServerInterface*>(sent->owner);
   request = sent;
   requestId = sent->registeredId;
-  nextStep = transport->steps;
-  previousStep = &transport->steps;
-  if (nextStep != nullptr) nextStep->previousStep = &nextStep;
-  transport->steps = this;
+  previousStep = transport->stepsEnd;
+  *previousStep = this;
+  transport->stepsEnd = &nextStep;
 }
 
 // The transport may be about to end, and the request may have ended.
 void TAVQueryEnum::leaveStep() {
   *previousStep = nextStep;
-  if (nextStep != nullptr) nextStep->previousStep = previousStep;
+  (nextStep == nullptr ? transport->stepsEnd : nextStep->previousStep) = previousStep;
+  nextStep = nullptr;
   transport = nullptr;
   request = nullptr;
   pending = nullptr;

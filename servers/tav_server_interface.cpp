@@ -32,7 +32,9 @@ unsigned on_query_reply(ServerInterface* server, ServerInterface::ASyncRequest* 
 
 TAVServerInterface::TAVServerInterface(unsigned long serverAddress, unsigned short serverPort,
                                        const char* secret, int isLocal)
-    : ServerInterface(serverAddress, serverPort, secret), local(static_cast<std::uint32_t>(isLocal)) {}
+    : ServerInterface(serverAddress, serverPort, secret), local(static_cast<std::uint32_t>(isLocal)) {
+  ended = &TAVServerInterface::endStepOf;
+}
 
 TAVServerInterface::~TAVServerInterface() {
   while (steps != nullptr)
@@ -73,7 +75,9 @@ unsigned TAVServerInterface::addEntry(const Record& entry) {
 
 unsigned TAVServerInterface::QueryEntry(unsigned a1, unsigned a2, unsigned a3, const _TAVENTRYW& entry,
                                         ASyncRequest* request) {
+  void* const enumeration = request->context;
   EndExchange(request);  // before its reply could reach the new completion routine
+  request->context = enumeration;
   request->completion = on_query_reply;
   request->packet.code = TAV_REQUEST_QUERYENTRY;
   tavlib::PacketWriter arguments(request->packet);
@@ -123,4 +127,14 @@ int TAVServerInterface::IsLocal() {
 
 const char* TAVServerInterface::GetSecret() {
   return reinterpret_cast<const char*>(keyBuffer.data());
+}
+
+// The oldest step stands first, and is the likeliest one to be abandoned.
+void TAVServerInterface::endStepOf(ServerInterface& transport, ASyncRequest* request) {
+  TAVQueryEnum* enumeration = static_cast<TAVServerInterface&>(transport).steps;
+  while (enumeration != nullptr && !enumeration->isStepOf(request))
+    enumeration = enumeration->nextStep;
+  if (enumeration == nullptr) return;
+  request->context = nullptr;
+  enumeration->leaveStep();
 }

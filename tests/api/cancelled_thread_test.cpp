@@ -98,5 +98,28 @@ TEST_F(CancelledThread, LeavesNoRequestThatWasBeingSent) {
     TAVQueryVersionAs(address(), &version, &async);
   });
   EXPECT_EQ(requests_held(), 0u);
-  TAVASyncAbandon(&async);
+  EXPECT_EQ(async.Request, nullptr);
+  EXPECT_EQ(TAVASyncAbandon(&async), 1);
+}
+
+// Sockets are closed in destructors, and a thread that is cancelled in one of these ends the process.
+TEST_F(CancelledThread, TakesTheLibraryDownFirst) {
+  expect_cancelled([] {
+    pthread_cancel(pthread_self());
+    TAVExit();
+    pthread_testcancel();
+  });
+  EXPECT_EQ(g_ServerList, nullptr);
+  EXPECT_EQ(init_count(), 0u);
+}
+
+TEST_F(CancelledThread, MakesTheLibraryFirst) {
+  TAVExit();
+  expect_cancelled([] {
+    pthread_cancel(pthread_self());
+    TAVInitialize();
+    pthread_testcancel();
+  });
+  EXPECT_NE(g_ServerList, nullptr);
+  EXPECT_EQ(init_count(), 1u);
 }

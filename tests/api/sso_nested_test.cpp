@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -168,4 +169,47 @@ TEST_F(SsoNested, ACallbackThatThrowsLeavesTheLayerUsable) {
   time.advance(std::chrono::seconds(2));
   EXPECT_EQ(SSO_ExpireLookups(1000), count - 1);
   EXPECT_EQ(order.size(), count);
+}
+
+// It is the host's to delete, as one that was in flight at the exit.
+TEST_F(SsoNested, AHostsOwnLookupThatACallbackExpiredIsLeftToTheHostWhenItExitsTheLayer) {
+  Lookup own;
+  auto context = std::make_unique<SSO_TAVContext>(somewhere, own.user.data(), Lookup::size, own.second.data(),
+                                                  Lookup::size, Lookup::ended, &own);
+  context->Go();
+  server.receive();
+  first_only = true;
+  action = [] {
+    EXPECT_EQ(SSO_ExpireLookups(1000), count);
+    SSO_Exit();
+  };
+  time.advance(std::chrono::seconds(2));
+  answer_next();
+  loop.run();
+  EXPECT_TRUE(own.outcomes.empty());
+  context.reset();
+  EXPECT_TRUE(own.outcomes.empty());
+}
+
+// The callback takes the layer to another gateway. There it looks up, waiting, and reads another look-up's answer.
+TEST_F(RunningSsoTest, LookupsOfAGatewayThatACallbackWentToEndAfterIt) {
+  FakeServer other("other", "127.0.0.2");
+  Lookup first;
+  Lookup second;
+  first.then = [&] {
+    SSO_Exit();
+    config.write_servers({other.configured()}, "127.0.0.2");
+    ASSERT_NE(SSO_Init(), nullptr);
+    second.start(somewhere);
+    const auto sent = other.receive();
+    time.script({[&] { other.reply_entry(sent, user_at(somewhere)); },
+                 [&] { other.reply_entry(other.receive(), user_at(somewhere)); }});
+    EXPECT_EQ(SSO_GetUserByAddr(somewhere, nullptr, 0, nullptr, 0), 1);
+    EXPECT_TRUE(second.outcomes.empty());
+  };
+  first.start(somewhere);
+  server.reply_entry(server.receive(), user_at(somewhere));
+  loop.run();
+  EXPECT_EQ(first.outcomes, std::vector<int>{1});
+  EXPECT_EQ(second.outcomes, std::vector<int>{1});
 }

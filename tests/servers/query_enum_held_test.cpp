@@ -29,9 +29,7 @@ class QueryEnumHolds : public EnumerationTest {
     return sent;
   }
 
-  static void expect_nothing(const OpenEnumeration& ended) {
-    EXPECT_EQ(ended.pending, nullptr);
-  }
+  static void expect_nothing(const OpenEnumeration& ended) { EXPECT_EQ(ended.pending, nullptr); }
 
   OpenEnumeration enumeration{peer.address_number(), filter, 0xa1, 0xa2, 0xa3, &list};
   _TAVENTRYW out{};
@@ -58,6 +56,18 @@ TEST_F(QueryEnumHolds, NothingAfterAConversionThatFailed) {
   _TAVENTRYA narrow{};
   peer.reply_entry(in_flight(narrow), entry);
   ASSERT_EQ(complete(request), 9U);
+  expect_nothing(enumeration);
+}
+
+TEST_F(QueryEnumHolds, NothingAfterAForgedAnswer) {
+  peer.reply_bad_digest(in_flight(out));
+  ASSERT_EQ(complete(request), 13U);
+  expect_nothing(enumeration);
+}
+
+TEST_F(QueryEnumHolds, NothingAfterItsRequestWasAbandoned) {
+  in_flight(out);
+  server().AbandonRequest(&request);
   expect_nothing(enumeration);
 }
 

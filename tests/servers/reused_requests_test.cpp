@@ -3,6 +3,9 @@
 
 #include <sys/mman.h>
 
+#include <ostream>
+#include <string>
+
 #include "servers/enumeration_fixture.h"
 #include "support/socket_faults.h"
 
@@ -37,6 +40,19 @@ class ReusedRequests : public EnumerationTest {
   _TAVENTRYW out{};
   unsigned version = untouched;
 };
+
+// Each way in which a step ends without its answer, after which the request is sent again when the enumeration is gone.
+struct StepEnd {
+  const char* name;
+  void (*bring_about)(TAVServerInterface&, FakeServer&, const FakeServer::Request&,
+                      ServerInterface::ASyncRequest&);
+};
+
+void PrintTo(const StepEnd& end, std::ostream* stream) {
+  *stream << end.name;
+}
+
+class RequestOfAnEndedStep : public ReusedRequests, public ::testing::WithParamInterface<StepEnd> {};
 
 }  // namespace
 
@@ -128,6 +144,52 @@ TEST_F(ReusedRequests, TheServerThatSentItBeforeMayBeGone) {
   EXPECT_EQ(complete(request), 0U);
   EXPECT_EQ(version, 5U);
 }
+
+// The host sends the datagram again, which it takes for lost.
+TEST_F(ReusedRequests, SentAgainAsItStandsItIsNoStepAnyMore) {
+  start(*enumeration, out, request);
+  EXPECT_EQ(server().StartRequest(&request), TAV_E_PENDING);
+  const auto again = peer.receive();
+  Request next;
+  _TAVENTRYW next_out{};
+  const auto sent = start(*enumeration, next_out, next);
+  peer.reply_entry(again, sample_on_wire());
+  EXPECT_EQ(complete(request), TAV_E_CANCELLED);
+  EXPECT_EQ(out.user, nullptr);
+  EXPECT_EQ(next_out.user, nullptr);
+  peer.reply_entry(sent, sample_on_wire());
+  EXPECT_EQ(complete(next), 0U);
+  EXPECT_STREQ(next_out.user, L"ALICE");
+}
+
+TEST_P(RequestOfAnEndedStep, SentAgainAsItStandsWritesNowhere) {
+  const auto sent = start(*enumeration, out, request);
+  GetParam().bring_about(server(), peer, sent, request);
+  EXPECT_EQ(server().StartRequest(&request), TAV_E_PENDING);
+  enumeration.reset();
+  peer.reply_entry(peer.receive(), sample_on_wire());
+  EXPECT_EQ(complete(request), TAV_E_CANCELLED);
+  EXPECT_EQ(out.user, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ends, RequestOfAnEndedStep,
+    ::testing::Values(StepEnd{"None", [](auto&, auto&, const auto&, auto&) {}},
+                      StepEnd{"ErrorReply",
+                              [](auto& server, auto& peer, const auto& sent, auto& request) {
+                                peer.reply_error(sent);
+                                EXPECT_EQ(server.CompleteRequest(), &request);
+                              }},
+                      StepEnd{"WrongDigest",
+                              [](auto& server, auto& peer, const auto& sent, auto& request) {
+                                peer.reply_bad_digest(sent);
+                                EXPECT_EQ(server.CompleteRequest(), &request);
+                              }},
+                      StepEnd{"Abandoned", [](auto& server, auto&, const auto&,
+                                              auto& request) { server.AbandonRequest(&request); }},
+                      StepEnd{"Forgotten", [](auto& server, auto&, const auto&,
+                                              auto& request) { server.Forget(&request); }}),
+    [](const auto& end) { return std::string(end.param.name); });
 
 TEST_F(ReusedRequests, AHostsOwnContextIsNeitherReadNorWritten) {
   const std::size_t page = 4096;

@@ -139,6 +139,9 @@ class TAVLIB_API ServerInterface {
   /// freed.
   TAVLIB_HIDDEN bool IsRegistered(unsigned id, const ASyncRequest* request) const;
 
+  /// Called for a request that leaves the table without its completion routine being called.
+  using EndObserver = void (*)(ServerInterface& transport, ASyncRequest* request);
+
   unsigned long address;
   unsigned short port;                         ///< Network byte order.
   std::array<unsigned char, 17> keyBuffer{};   ///< 16 bytes of key and a terminator, which is always 0.
@@ -146,6 +149,7 @@ class TAVLIB_API ServerInterface {
   int socket;                                  ///< -1 when none.
   std::map<unsigned, ASyncRequest*> requests;  ///< In flight, by request id.
   std::vector<ASyncRequest*> settled;          ///< Completed, results not yet returned; oldest first.
+  EndObserver ended{nullptr};
 
  private:
   friend class TAVQueryEnum;

@@ -22,7 +22,8 @@ class TAVServerList;
 /// - It may outlive the server's transport. A step in flight then ends without an answer, and its request
 ///   stays at TAV_E_PENDING.
 ///
-/// Threads: as for that transport.
+/// Threads: as for that transport. A step whose request was abandoned by freeing it alone stays known to the
+/// transport until the next step or the end of the enumeration, so destroying it belongs to the same thread.
 class TAVLIB_API TAVQueryEnum {
  public:
   /// Copies `filter`, with `word13` set to 0. `a1`, `a2` and `a3` are sent unchanged in every request. `list`
@@ -75,6 +76,7 @@ class TAVLIB_API TAVQueryEnum {
   TAVLIB_HIDDEN unsigned startStep(void* out, int isWide, ServerInterface::ASyncRequest* next);
   TAVLIB_HIDDEN bool isOutstanding() const;
   TAVLIB_HIDDEN bool hasRequest() const;
+  TAVLIB_HIDDEN bool isStepOf(const ServerInterface::ASyncRequest* candidate) const;
   TAVLIB_HIDDEN void enterStep(ServerInterface::ASyncRequest* sent);
   TAVLIB_HIDDEN void leaveStep();
   TAVLIB_HIDDEN void endStep();

@@ -79,7 +79,11 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
   template <typename Record>
   TAVLIB_HIDDEN unsigned addEntry(const Record& entry);
 
-  TAVQueryEnum* steps{nullptr};  ///< The enumerations with a step in flight.
+  TAVLIB_HIDDEN static void endStepOf(ServerInterface& transport, ASyncRequest* request);
+
+  // The enumerations with a step in flight, in the order in which the steps began, and where the next one goes.
+  TAVQueryEnum* steps{nullptr};
+  TAVQueryEnum** stepsEnd{&steps};
 };
 
 #endif
