@@ -49,7 +49,7 @@ ADirectory::~ADirectory() {
 }
 
 int ADirectory::Open(const char* directory, const char* wildcard) {
-  // The copies come before the open listing is closed, since an argument may be a part of this very object.
+  // Copied before the open listing is closed: an argument may be a part of this very object.
   Text directory_copy(directory == nullptr ? nullptr : strdup(directory));
   Text pattern_copy(wildcard == nullptr ? nullptr : strdup(wildcard));
   Close();

@@ -4,7 +4,7 @@
 namespace tavlib {
 
 /// The codes that the library reports through AErrors. The numbers are part of the interface on every host,
-/// also where the system's own `errno` names stand for others.
+/// also where the system has other `errno` names for them (see tavlib/platform/error_state.h).
 enum ErrorCode : unsigned {
   kNoSuchEntry = 2,
   kOutOfMemory = 12,

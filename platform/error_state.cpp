@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
-// Here and not in the header: the library exports them, as every operation of its classes.
+// Defined here and not in the header: the library exports them, like every operation of its classes.
 AErrors::AErrors() = default;
 AErrors::~AErrors() = default;
 

@@ -15,8 +15,8 @@ class KeepError {
   KeepError& operator=(const KeepError&) = delete;
 
  private:
-  // Volatile: a compiler takes it that free and delete leave errno alone, and would drop the store behind
-  // them. A host's heap need not keep to that.
+  // Volatile: compilers assume that free and delete leave errno alone, and would remove a plain store after
+  // them. A host's heap may change it.
   static volatile int& error() { return errno; }
 
   int saved_{error()};

@@ -8,7 +8,8 @@
 #include <string>
 #include <type_traits>
 
-// Memory whose release leaves the run-time error as it is, for what is still held when a function fails.
+// Owners of memory that leave the run-time error as it is when they free it: for what is still held when a
+// function fails.
 
 namespace tavlib {
 

@@ -13,8 +13,9 @@
 namespace tavlib {
 namespace {
 
-// A descriptor set as the kernel lays it out: descriptor n is bit n % bits of word n / bits. FD_SET is of no
-// use here: it is bound to the 1024 bits of fd_set and writes past them, or aborts, for a higher descriptor.
+// A descriptor set in the kernel's layout: descriptor n is bit n % bits of word n / bits. FD_SET cannot be
+// used here: it is bound to the 1024 bits of fd_set, and for a higher descriptor it writes past them or
+// aborts.
 using Word = unsigned long;
 constexpr std::size_t kBitsPerWord = sizeof(Word) * CHAR_BIT;
 constexpr std::size_t kOrdinaryWords = FD_SETSIZE / kBitsPerWord;

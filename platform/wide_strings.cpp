@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cwchar>
 
-// The system's header declares this for C++, without the mark that exports it.
+// The system's header declares this for C++, but without the attribute that exports it.
 extern "C" TAVLIB_API wchar_t* wcsdup(const wchar_t* s) noexcept {
   if (s == nullptr) return nullptr;
   auto* copy = static_cast<wchar_t*>(std::malloc((std::wcslen(s) + 1) * sizeof(wchar_t)));
