@@ -67,7 +67,7 @@ void store_block(unsigned char* bytes, Halves block) {
   store_be32(bytes + 4, block.right);
 }
 
-// Enciphers as many blocks of bytes as that, in step.
+// Enciphers `blocks` blocks of bytes in step.
 template <std::size_t blocks>
 void encrypt_bytes(const std::uint32_t (&s)[4][256], const std::uint32_t (&p)[18], const unsigned char* in,
                    unsigned char* out) {

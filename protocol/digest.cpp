@@ -15,7 +15,7 @@ constexpr std::size_t kDigestSize = 16;
 
 char last_digits[3];
 
-// The bytes behind the end of a short text count as ends of text.
+// Past the end of a short text, the copy holds terminating zeros.
 std::array<char, 2 * kDigestSize + 1> copy_digits(const char* hex) {
   std::array<char, 2 * kDigestSize + 1> digits{};
   std::memcpy(digits.data(), hex, strnlen(hex, 2 * kDigestSize));

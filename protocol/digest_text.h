@@ -3,8 +3,7 @@
 
 namespace tavlib {
 
-/// The two digits that the last DigestToHex left, terminated; empty before the first. No host gets to see
-/// them.
+/// The two digits that the last DigestToHex left, terminated; empty before the first. Hosts cannot read them.
 const char* digest_text();
 
 }  // namespace tavlib

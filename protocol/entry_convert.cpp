@@ -11,8 +11,8 @@ namespace {
 
 constexpr auto kUnconvertible = static_cast<std::size_t>(-1);
 
-// The characters that `text` has in the other width, without its terminator; kUnconvertible when the locale
-// knows none.
+// The number of characters of `text` in the other width, without its terminator; kUnconvertible when the
+// locale cannot convert it.
 std::size_t converted_length(const wchar_t* text) {
   return std::wcstombs(nullptr, text, 0);
 }
@@ -20,7 +20,7 @@ std::size_t converted_length(const char* text) {
   return std::mbstowcs(nullptr, text, 0);
 }
 
-// The length was asked for before, so these cannot fail.
+// converted_length succeeded before, so these cannot fail.
 void convert(char* target, const wchar_t* text, std::size_t room) {
   static_cast<void>(std::wcstombs(target, text, room));
 }
@@ -28,7 +28,7 @@ void convert(wchar_t* target, const char* text, std::size_t room) {
   static_cast<void>(std::mbstowcs(target, text, room));
 }
 
-// A multibyte form may be longer than the source's character count: the text arrives whole all the same.
+// A multibyte form may be longer than the source's character count: it is stored whole.
 template <typename Target, typename Source>
 bool convert_text(Target*& target, const Source* text) {
   const std::size_t length = converted_length(text);

@@ -34,14 +34,15 @@ wchar_t upper_case(wchar_t character) {
   return static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(character)));
 }
 
-// Received texts may end up in a host's queries, so quotes never get in.
+// Received texts may end up in a host's queries, so quotes are replaced.
 template <typename Character>
 Character sanitised(Character character) {
   const Character upper = upper_case(character);
   return upper == Character{'\''} || upper == Character{'"'} ? Character{'.'} : upper;
 }
 
-// The header's 96 bytes do not count: a text or block may end that far behind the length word.
+// The header's 96 bytes are not included: a text or block may end that far past the end that the length word
+// gives.
 bool inside(const PacketReader& packet, std::size_t offset, std::size_t size) {
   return offset + size <= packet.be32(0);
 }
@@ -58,8 +59,8 @@ bool read_text(const PacketReader& packet, std::size_t offset, std::size_t lengt
   return true;
 }
 
-// A count is stored once its text is: one that claims too much must not become a length that nothing stands
-// behind.
+// A length is stored only after its text: one that claims too much must not remain in the record without a
+// text.
 template <typename Record>
 bool read_texts(const PacketReader& packet, std::size_t at, Record& entry) {
   for (const auto& field : kTextFields<Record>) {

@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint64_t kQueryDescriptorAt = 40;
 constexpr std::uint64_t kFirstDescriptorAt = 32;
 
-// The records' shape is part of the interface: eighteen words on a 32-bit host.
+// The layout of the records is part of the interface: eighteen words on a 32-bit host.
 static_assert(sizeof(void*) != 4 || (sizeof(_TAVENTRYA) == 72 && sizeof(_TAVENTRYW) == 72));
 static_assert(sizeof(void*) != 8 || (sizeof(_TAVENTRYA) == 96 && sizeof(_TAVENTRYW) == 96));
 static_assert(offsetof(_TAVENTRYA, user) == sizeof(void*) && offsetof(_TAVENTRYW, user) == sizeof(void*));

@@ -7,11 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 
-/// How an entry lies in a packet, for either width of text.
+/// How an entry is laid out in a packet, for either width of text.
 namespace tavlib {
 
-/// One of a record's three texts: the text, its cached length, and where its offset and count stand in a
-/// descriptor.
+/// One of a record's three texts: the text, its cached length, and where a descriptor has its offset and
+/// count.
 template <typename Record>
 struct TextField {
   decltype(Record::user) Record::*text;
@@ -27,14 +27,14 @@ inline constexpr std::array<TextField<Record>, 3> kTextFields = {{
     {&Record::string3, &Record::string3Length, 12, 14},
 }};
 
-/// A word that travels as it is, and where it stands in a descriptor.
+/// A word that is sent as it is, and its place in a descriptor.
 template <typename Record>
 struct WordField {
   std::uint32_t Record::*word;
   std::size_t at;
 };
 
-/// `flag8` travels after `word12`, out of the record's order.
+/// In a descriptor `flag8` stands after `word12`, unlike in the record.
 template <typename Record>
 inline constexpr std::array<WordField<Record>, 10> kWordFields = {{
     {&Record::tag, 0},
@@ -53,20 +53,20 @@ inline constexpr std::size_t kBlockOffsetAt = 16;
 inline constexpr std::size_t kBlockLengthAt = 18;
 inline constexpr std::size_t kDescriptorSize = 56;
 inline constexpr std::size_t kCountAt = 28;
-/// A text reserves four bytes for each character and fills the first two of them per character, one after the
-/// other.
+/// Four bytes are reserved for each character of a text. The characters fill the first half, two bytes each,
+/// one after the other.
 inline constexpr std::size_t kReservedPerCharacter = 4;
 inline constexpr std::size_t kBytesPerCharacter = 2;
 
-/// Where descriptor `index` stands: an entry query's only one behind its three arguments, any other behind
-/// the count.
+/// The offset of descriptor `index`: after the three arguments for an entry query, which has only one, and
+/// after the count for any other.
 std::uint64_t descriptor_offset(std::uint8_t code, unsigned index);
 
 /// The character count of a text; 0 for null.
 std::size_t text_length(const char* text);
 std::size_t text_length(const wchar_t* text);
 
-/// The bytes of a record's block: none without a block, whatever the length says.
+/// The size of a record's block in bytes: 0 when the block is null, whatever the length says.
 template <typename Record>
 std::uint32_t block_length(const Record& entry) {
   return entry.data == nullptr ? 0 : entry.dataLength;

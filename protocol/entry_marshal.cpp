@@ -25,7 +25,7 @@ std::uint64_t measured_length(const Record& entry, const TextField<Record>& fiel
   return cached != 0 ? cached : text_length(entry.*field.text);
 }
 
-// The request's size as its length word tells it, by the cached lengths.
+// The request's size by the cached lengths, for its length word.
 template <typename Record>
 std::uint64_t measured_size(const Record* entries, unsigned count) {
   constexpr std::int64_t kPerFurtherEntry = 72;
@@ -40,8 +40,7 @@ std::uint64_t measured_size(const Record* entries, unsigned count) {
   return size;
 }
 
-// How many descriptors are written: an entry query has its one whatever the count, if there is an entry at
-// all.
+// How many descriptors are written. An entry query has one, whatever the count, if there is an entry at all.
 template <typename Record>
 unsigned descriptors_of(std::uint8_t code, const Record* entries, unsigned count) {
   if (code != TAV_REQUEST_QUERYENTRY) return count;
@@ -49,7 +48,7 @@ unsigned descriptors_of(std::uint8_t code, const Record* entries, unsigned count
 }
 
 // Where the request ends when the first entry's texts and block are written as they stand. Without a
-// descriptor that is behind the count word, although the length word counts it out.
+// descriptor that is after the count word, although the length word does not include that.
 template <typename Record>
 std::uint64_t written_end(const Record* entries, unsigned descriptors) {
   if (descriptors == 0) return kCountAt + sizeof(std::uint32_t);
@@ -61,7 +60,7 @@ std::uint64_t written_end(const Record* entries, unsigned descriptors) {
   return end;
 }
 
-// Quotes go out unchanged. A character that is zero on the wire ends the text.
+// Quotes are written unchanged. A character that is zero on the wire ends the text.
 template <typename Character>
 void write_text(PacketWriter& packet, std::size_t offset, const Character* text, std::size_t length) {
   for (std::size_t i = 0; i < length; ++i) {

@@ -44,7 +44,7 @@ bool same_text(const Character* a, const Character* b) {
   return a == nullptr || b == nullptr ? a == b : equal(a, b);
 }
 
-// Blocks match only as one and the same, so their bytes need no look.
+// Two blocks match only when they are the same one, so their bytes are not compared.
 template <typename Record>
 bool same_block(const Record& a, const Record& b) {
   return a.data == b.data && (a.data == nullptr || a.dataLength == b.dataLength);

@@ -12,7 +12,7 @@
 /// The heap blocks that a record owns.
 namespace tavlib {
 
-/// Sets the texts and the block to null without releasing them.
+/// Sets the texts and the block to null without freeing them.
 template <typename Record>
 void clear_pointers(Record& entry) {
   entry.user = nullptr;
@@ -27,7 +27,7 @@ Character* allocate_text(std::size_t count) {
   return static_cast<Character*>(std::malloc(count * sizeof(Character)));
 }
 
-/// Gives `target` a copy of the block of `source`, if it has one. False when memory runs out.
+/// Stores a copy of the block of `source`, if it has one, in `target`. False when memory runs out.
 template <typename Target, typename Source>
 bool copy_block(Target& target, const Source& source) {
   const std::uint32_t length = block_length(source);

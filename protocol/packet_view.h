@@ -17,7 +17,7 @@ constexpr std::size_t kDataAt = 96;
 static_assert(sizeof(_TAVPACKET) == kPacketSize && alignof(_TAVPACKET) == 1);
 static_assert(offsetof(_TAVPACKET, arguments) == kArgumentsAt && offsetof(_TAVPACKET, data) == kDataAt);
 
-/// The bytes of a packet, checked against its 4096. What lies behind them reads as zero.
+/// Reads a packet's bytes. What lies past its 4096 bytes reads as zero.
 class PacketReader {
  public:
   explicit PacketReader(const _TAVPACKET& packet);
@@ -26,15 +26,14 @@ class PacketReader {
   std::uint16_t le16(std::size_t offset) const;
   std::uint32_t be32(std::size_t offset) const;
 
-  /// Copies bytes from `offset` on.
+  /// Copies the bytes that start at `offset`.
   void copy(std::size_t offset, std::span<unsigned char> target) const;
 
  private:
   std::span<const unsigned char, kPacketSize> bytes_;
 };
 
-/// Writes a packet's bytes. What would lie behind the 4096 is dropped; callers size what they write
-/// beforehand.
+/// Writes a packet's bytes. What would lie past its 4096 bytes is dropped; callers check the size before.
 class PacketWriter {
  public:
   explicit PacketWriter(_TAVPACKET& packet);

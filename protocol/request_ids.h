@@ -3,10 +3,10 @@
 
 namespace tavlib {
 
-/// The id given out last, in the low 32 bits; 0 when the library is loaded.
+/// The last id that was used, in the low 32 bits; 0 when the library is loaded.
 extern long last_request_id;
 
-/// A new request id. All servers share one counter, which starts at 1 and wraps; any thread may ask.
+/// A new request id. All servers share one counter, which starts at 1 and wraps. Any thread may call it.
 unsigned next_request_id();
 
 }  // namespace tavlib

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr std::size_t kKeySize = 16;
-// Only the first five bytes key the cipher; the digest uses all sixteen.
+// The cipher's key is only the first five bytes; the digest uses all sixteen.
 constexpr int kCipherKeySize = 5;
 
 // Room for the replies to some thousand look-ups sent at once. The system may grant less, or nothing.
@@ -80,7 +80,7 @@ ServerInterface::ASyncRequest* ServerInterface::TakeSettled(bool (*wanted)(const
   return request;
 }
 
-// Sending made the room, so this allocates nothing.
+// StartRequest has reserved the room, so this allocates nothing.
 void ServerInterface::KeepSettled(ASyncRequest* request) {
   settled.push_back(request);
 }
@@ -93,7 +93,7 @@ void ServerInterface::Forget(ASyncRequest* request) {
   std::erase(settled, request);
 }
 
-// The id may have come round to another request by now, so the pointers decide.
+// By now another request may have the id, so the pointers decide.
 bool ServerInterface::IsRegistered(unsigned id, const ASyncRequest* request) const {
   const auto found = requests.find(id);
   return found != requests.end() && found->second == request;

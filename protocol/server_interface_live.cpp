@@ -1,5 +1,6 @@
-// The transports that exist. A request names the one that sent it last, which may be gone when the request is
-// started again: a transport that ends does not touch its requests, whose memory may have ended before.
+// The transports that exist. A request holds a pointer to the transport that sent it last, which may be gone
+// when the request is started again: a transport that is destroyed does not touch its requests, whose memory
+// may already have been freed.
 
 #include <tavlib/protocol/server_interface.h>
 

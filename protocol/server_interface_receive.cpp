@@ -12,9 +12,10 @@ namespace {
 
 constexpr ssize_t kReplyHeaderSize = 12;
 
-// Reads one datagram into `packet`. False for none, and for one that is shorter than a reply's header or than
-// it says: no byte that did not arrive is ever looked at. The read never waits: a socket that was readable
-// may have nothing left, because somebody else took it or its checksum was wrong.
+// Reads one datagram into `packet`. False when there was none, or when it is shorter than a reply's header or
+// than its length word says: no byte that did not arrive is ever read.
+// The read never waits: a socket that was readable may have nothing left, because another thread or process
+// read it or its checksum was wrong.
 bool receive_packet(int socket, _TAVPACKET& packet) {
   sockaddr_in sender{};
   socklen_t senderSize = sizeof sender;
@@ -37,7 +38,7 @@ ServerInterface::ASyncRequest* ServerInterface::CompleteRequest() {
   const auto found = requests.find(tavlib::load_be32(reply.requestId));
   if (found == requests.end()) return nullptr;
   ASyncRequest* request = found->second;
-  std::erase(settled, request);  // what it was kept for is out of date
+  std::erase(settled, request);  // the result for which it was kept is out of date
 
   if (has_flag(reply, TAV_REPLY_INTERIM)) {
     request->status = TAV_E_PENDING;
@@ -50,7 +51,8 @@ ServerInterface::ASyncRequest* ServerInterface::CompleteRequest() {
   return request;
 }
 
-// The digest is judged by the reply's own bytes, never by what the request's packet still holds behind them.
+// The digest is verified over the reply's own bytes, never over what the request's packet still holds after
+// them.
 void ServerInterface::settle(ASyncRequest* request, _TAVPACKET& reply) {
   std::memcpy(&request->packet, &reply, tavlib::length_of(reply));
   if (VerifyMd5Sum(&reply, keyBuffer.data()) == 0) {

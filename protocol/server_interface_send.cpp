@@ -16,7 +16,7 @@ constexpr unsigned kLengthPrefix = 4;
 
 using Requests = std::map<unsigned, ServerInterface::ASyncRequest*>;
 
-// A request's place in the table, given up on every way out but that of a request that was sent: sendto may
+// A request's place in the table, removed on every way out but that of a request that was sent: sendto may
 // fail, and a thread may be cancelled in it.
 class Registration {
  public:
@@ -61,8 +61,7 @@ unsigned ServerInterface::StartRequest(ASyncRequest* request) {
   return status;
 }
 
-// Also makes the room in which the request can be kept once settled, so that the receive path allocates
-// nothing.
+// Also reserves the room in which the completed request can be kept, so that receiving allocates nothing.
 bool ServerInterface::registerRequest(unsigned id, ASyncRequest* request) {
   try {
     requests[id] = request;

@@ -21,7 +21,7 @@ timeval to_timeval(unsigned milliseconds) {
   return time;
 }
 
-// Takes a request out of its transport on every way out, so that a late reply finds nothing.
+// Removes a request from its transport on every way out: a late reply then finds no request.
 class RegisteredRequest {
  public:
   RegisteredRequest(ServerInterface& owner, ServerInterface::ASyncRequest& sent)
@@ -57,8 +57,8 @@ unsigned ServerInterface::TransactServer(_TAVPACKET* packet, unsigned size, unsi
   return status;
 }
 
-// Waits until the request is settled. `wantsCopy` tells whether the caller's packet is to be overwritten:
-// after an answer and after a wait in vain, but not when patience ran out between two waits.
+// Waits until the request has completed. `wantsCopy` becomes true when the caller's packet is to be
+// overwritten: after an answer and after a wait without one, but not when time ran out between two waits.
 unsigned ServerInterface::awaitReply(const ASyncRequest& request, unsigned timeout, bool& wantsCopy) {
   const auto start = static_cast<std::uint32_t>(GetTickCount());
   unsigned wait = kFirstWaitMilliseconds;

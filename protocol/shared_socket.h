@@ -5,10 +5,11 @@
 
 namespace tavlib {
 
-/// Reads one datagram on behalf of one of those who share the socket. Returns the request to which it
-/// belonged if that is one for which `wanted(request)` is true. Another one that the datagram completes is
-/// kept for its owner, if it has a handle to be found by; the result is then null, as when there was no such
-/// request.
+/// Reads one datagram on behalf of one of the callers who share the socket. Returns the request to which it
+/// belongs if `wanted(request)` is true for that.
+///
+/// Null when there is no such request. When the datagram completes another request that has a handle, that
+/// request is kept for its owner.
 template <typename Wanted>
 ServerInterface::ASyncRequest* complete_if(ServerInterface& transport, Wanted wanted) {
   ServerInterface::ASyncRequest* request = transport.CompleteRequest();
