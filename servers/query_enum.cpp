@@ -34,7 +34,7 @@ unsigned TAVQueryEnum::QueryNext(_TAVENTRYA& out, ServerInterface::ASyncRequest*
 
 unsigned TAVQueryEnum::startStep(void* out, int isWide, ServerInterface::ASyncRequest* next) {
   if (isOutstanding()) return TAV_E_BUSY;
-  endStep();  // after an error reply, the last step's request may still get its answer
+  endStep();  // after an error reply, the answer to the last step's request may still come
   ServerInterface::EndExchange(next);
 
   next->context = this;
@@ -71,7 +71,7 @@ void TAVQueryEnum::enterStep(ServerInterface::ASyncRequest* sent) {
   transport->stepsEnd = &nextStep;
 }
 
-// The transport may be about to end, and the request may have ended.
+// The transport may be about to be destroyed, and the request's memory may have been freed.
 void TAVQueryEnum::leaveStep() {
   *previousStep = nextStep;
   (nextStep == nullptr ? transport->stepsEnd : nextStep->previousStep) = previousStep;
@@ -81,7 +81,7 @@ void TAVQueryEnum::leaveStep() {
   pending = nullptr;
 }
 
-// A reply that is still to come must find nothing to write to.
+// A late reply must find no enumeration to write to.
 void TAVQueryEnum::endStep() {
   if (transport == nullptr) return;
   if (hasRequest()) request->context = nullptr;
@@ -91,7 +91,7 @@ void TAVQueryEnum::endStep() {
 unsigned TAVQueryEnum::QueryComplete(ServerInterface::ASyncRequest* answered) {
   const unsigned status = wide == 1 ? QueryCompleteW(answered) : QueryCompleteA(answered);
   endStep();
-  answered->context = nullptr;  // it may outlive the enumeration until its owner has the result
+  answered->context = nullptr;  // it may outlive the enumeration, until its result is returned
   return status;
 }
 

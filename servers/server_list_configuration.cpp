@@ -33,8 +33,8 @@ bool is_local(unsigned long address) {
   return address == htonl(INADDR_LOOPBACK);
 }
 
-// Whether a call into the store succeeds. A lack of memory is more than a missing key or value: the list must
-// not come out smaller for it, or a server with an empty pass phrase.
+// Whether a call of the registry succeeds. Running out of memory is not a missing key or value: the list must
+// not become smaller by it, nor a pass phrase empty.
 template <typename Call>
 bool succeeds(Call call) {
   if (call() == 1) return true;
@@ -76,7 +76,7 @@ bool read_port(Registry& server, FallbackPort& fallback, unsigned& port) {
 std::string read_pass_phrase(Registry& server) {
   std::string passPhrase;
   read_value(server, "Passphrase", passPhrase);
-  // One space is how an empty pass phrase is written.
+  // An empty pass phrase is written as one space.
   return passPhrase == " " ? std::string() : passPhrase;
 }
 
@@ -111,8 +111,8 @@ void TAVServerList::readConfiguration() {
   if (valid == 0) TAVSetLastError(TAV_E_CONFIG);
 }
 
-// Two subkeys with one address: the later interface takes the slot, and the earlier one is neither kept nor
-// released.
+// When two subkeys give one address, the later interface replaces the earlier one, which is neither kept nor
+// destroyed.
 void TAVServerList::createServer(unsigned long address, unsigned port, const char* secret) {
   auto server = std::make_unique<TAVServerInterface>(address, static_cast<unsigned short>(port & 0xFFFFU),
                                                      secret, is_local(address) ? 1 : 0);

@@ -19,7 +19,7 @@ unsigned marshal(const _TAVENTRYW& entry, _TAVPACKET& packet) {
   return static_cast<unsigned>(MarshalTAVEntryW(&entry, &packet, &room, 1));
 }
 
-// The completion routines as the transport calls them.
+// The completion routines in the form in which the transport calls them.
 unsigned on_version_reply(ServerInterface* server, ServerInterface::ASyncRequest* request) {
   return TAVServerInterface::QueryVersionComplete(static_cast<TAVServerInterface*>(server), request);
 }
@@ -91,7 +91,7 @@ unsigned TAVServerInterface::QueryEntry(unsigned a1, unsigned a2, unsigned a3, c
 unsigned TAVServerInterface::QueryComplete(TAVServerInterface* /*server*/, ASyncRequest* request) {
   auto* enumeration = static_cast<TAVQueryEnum*>(request->context);
   if (enumeration != nullptr) return enumeration->QueryComplete(request);
-  // An error reply has ended the step, and its owner may not know yet.
+  // An error reply has ended the step, and that result may still have to be returned to its owner.
   return request->status == TAV_E_SERVERERROR ? TAV_E_SERVERERROR : TAV_E_CANCELLED;
 }
 
