@@ -19,8 +19,8 @@ bool is_hosts_own(const ServerInterface::ASyncRequest* request) {
   return tavlib::handle_of(request) != nullptr && (lookup == nullptr || !lookup->of_layer);
 }
 
-// The next completed request that is a host's. A look-up of the single-sign-on layer that the datagram
-// completes is kept for the layer's own callback.
+// The next completed request of a host. A look-up of the single-sign-on layer that the datagram completes is
+// kept for the layer's own callback.
 ServerInterface::ASyncRequest* next_completed(TAVServerInterface& server) {
   if (ServerInterface::ASyncRequest* kept = server.TakeSettled(is_hosts_own)) return kept;
   return tavlib::complete_if(server, is_hosts_own);
@@ -37,7 +37,7 @@ int give_up(TAVASYNC& async, ServerInterface& owner) {
   return tavlib::refuse(TAV_E_ABANDONED);
 }
 
-// The request of a library that was exited since: nobody can answer it any more.
+// The request was sent by a library that was exited since: no answer can come any more.
 int orphaned(TAVASYNC& async) {
   tavlib::release_request(async);
   return tavlib::refuse(TAV_E_NOTINITIALISED);

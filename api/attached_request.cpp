@@ -34,7 +34,7 @@ int conclude(TAVASYNC& async) {
   return status == 0 ? 1 : refuse(status);
 }
 
-// Pointers alone would not do: the next library may have a server where this request's was.
+// Comparing pointers is not enough: the next library may have a server at the address of this request's.
 ServerInterface* living_owner(const ServerInterface::ASyncRequest& request) {
   const unsigned serial = static_cast<const AttachedRequest&>(request).listSerial;
   return g_ServerList != nullptr && g_ServerList->GetSerial() == serial ? request.owner : nullptr;

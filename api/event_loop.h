@@ -3,8 +3,8 @@
 
 #include <tavlib/api/sso.h>
 
-// The host's event loop. The library's own references are weak, so that a host without one can load the
-// library: the names are then null.
+// The functions of the host's event loop. The library's own references are weak: a host without an event loop
+// can load the library, and the names are then null.
 
 #pragma weak T_event_set_socket
 #pragma weak T_event_del_socket

@@ -13,7 +13,7 @@
 
 namespace {
 
-// An ATlsException leaves it.
+// Throws ATlsException.
 ATls* create_slot() {
   try {
     return new ATls(tavlib::free_thread_record);
@@ -46,7 +46,7 @@ int TAVInitialize() {
   }
 
   pTls = create_slot();
-  // The count stays raised here: a later call succeeds, and every query then fails with 7.
+  // The call stays counted here: a later call succeeds, and every query then fails with TAV_E_NOTINITIALISED.
   if (pTls == nullptr) return tavlib::refuse(TAV_E_NOMEMORY);
 
   g_ServerList = create_server_list();

@@ -10,8 +10,10 @@ namespace tavlib {
 struct AttachedRequest;
 
 /// A request's place in the list of the single-sign-on layer's look-ups in flight, from when it was sent
-/// until it ends. The list stands in the order in which the look-ups were started, and belongs to the layer's
-/// thread: requests that are no look-ups never touch it, so other threads may have theirs on other servers.
+/// until it ends.
+///
+/// The list is in the order in which the look-ups were started, and belongs to the layer's thread. Requests
+/// that are not look-ups never touch it, so other threads may send such requests on other servers.
 class LookupInFlight {
  public:
   LookupInFlight() = default;
@@ -20,23 +22,23 @@ class LookupInFlight {
   LookupInFlight(const LookupInFlight&) = delete;
   LookupInFlight& operator=(const LookupInFlight&) = delete;
 
-  /// Appends `request`, in which this stands, as the one that `awaiting` sent now.
+  /// Appends `request`, of which this is a part, as the one that `awaiting` has just sent.
   void enter(SSO_TAVContext& awaiting, AttachedRequest& request);
 
-  /// The look-up; null when this stands in no list.
+  /// The look-up; null when this is in no list.
   SSO_TAVContext* context() const { return context_; }
   AttachedRequest& request() const { return *request_; }
   std::chrono::steady_clock::time_point started() const { return started_; }
 
-  /// The next younger look-up; null after the last.
+  /// The look-up started next after this one; null after the last.
   LookupInFlight* next() const { return next_; }
 
   /// The oldest look-up in flight, and the youngest; null when there is none.
   static LookupInFlight* oldest();
   static LookupInFlight* youngest();
 
-  bool of_layer{false};  ///< Made by SSO_GetUserByAddrAsync: the layer deletes it and no host is handed it.
-  bool given_up{false};  ///< Expired, but its callback is still to come.
+  bool of_layer{false};  ///< Made by SSO_GetUserByAddrAsync: the layer deletes it, and hosts never see it.
+  bool given_up{false};  ///< Abandoned, but its callback is still to be called.
 
  private:
   SSO_TAVContext* context_{nullptr};

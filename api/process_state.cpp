@@ -16,8 +16,8 @@ TAVThreadRecord* GetTlsValues() {
   if (pTls == nullptr) return &g_SharedRecord;
   if (void* value = pTls->GetValue()) return static_cast<TAVThreadRecord*>(value);
 
-  // It begins with what a moment without memory left in the shared record: a call that could not make the
-  // record may have failed just now.
+  // It starts with what was stored in the shared record when there was no memory for one: a call that could
+  // not create the record may just have failed.
   const auto lastError = std::atomic_ref(g_SharedRecord.lastError).load();
   TAVThreadRecord* record = tavlib::new_thread_record(lastError);
   if (record == nullptr) return &g_SharedRecord;

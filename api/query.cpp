@@ -11,7 +11,7 @@
 
 namespace {
 
-// The handle of a synchronous call. Its request leaves every table on every way out: a thread may be
+// The handle of a synchronous call. Its request is removed from every table on every way out: a thread may be
 // cancelled while it waits.
 struct LocalHandle : TAVASYNC {
   LocalHandle() : TAVASYNC{} {}
@@ -21,8 +21,7 @@ struct LocalHandle : TAVASYNC {
   LocalHandle& operator=(const LocalHandle&) = delete;
 };
 
-// The synchronous form of a request that was just started on `async`, with the result of the starting
-// function.
+// Waits for the request that was just started on `async`. `result` is that of the starting function.
 int wait_for(TAVASYNC& async, int result) {
   if (result == 1 || TAVGetLastError() != TAV_E_PENDING) return result;
   return TAVASyncStatus(&async, 1);

@@ -22,7 +22,7 @@ _TAVENTRYA g_SsoEntry;
 
 namespace {
 
-// Nobody is at the address. These two writes do not ask whether there is a buffer.
+// Nobody is at the address. These two writes do not check for null buffers.
 void write_nobody(char* user, unsigned userLength, char* second, unsigned secondLength) {
   if (userLength != 0) *user = '\0';
   if (secondLength != 0) *second = '\0';
@@ -35,8 +35,8 @@ struct CloseQuery {
   }
 };
 
-// The look-up itself, with its answer in the buffers. Lets std::bad_alloc out when there is no memory for the
-// request; the enumeration is closed then, too.
+// The look-up itself: the answer is stored in the buffers. Throws std::bad_alloc when there is no memory for
+// the request; the enumeration is then closed, too.
 int look_up(unsigned long address, char* user, unsigned userLength, char* second, unsigned secondLength) {
   g_SsoEntry = _TAVENTRYA{};
   g_SsoEntry.address = static_cast<std::uint32_t>(address);
@@ -71,7 +71,7 @@ void copy_text(char* buffer, unsigned length, const char* text) {
   if (text == nullptr) {
     clear_text(buffer, length);
   } else if (buffer != nullptr) {
-    std::strncpy(buffer, text, length);  // a text that fills the buffer is left without a terminator
+    std::strncpy(buffer, text, length);  // a text that fills the buffer has no terminator
   }
 }
 
@@ -88,13 +88,13 @@ void copy_answer(const _TAVENTRYA& entry, char* user, unsigned userLength, char*
 const char* SSO_Init() {
   g_SsoReady = 0;
   if (TAVInitialize() == 0) return nullptr;
-  // TAVInitialize is not undone: the library stays initialised, its count raised.
+  // TAVInitialize is not undone: it stays counted, and the library initialised.
   if (tavlib::SSO_Configure() == 0) return nullptr;
   g_SsoReady = 1;
   return "Norvel TAV/TIZ";
 }
 
-// Down before the host is called, whose function may exit the layer once more.
+// The layer is down before the host's function is called: that may exit the layer once more.
 void SSO_Exit() {
   if (g_SsoReady == 0) return;
   g_SsoReady = 0;

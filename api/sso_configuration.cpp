@@ -65,7 +65,7 @@ void read_gateway_address() {
 
 }  // namespace
 
-// A gateway that is none of the configured servers has socket -1, which is registered all the same.
+// For a gateway that is not one of the configured servers, socket -1 is registered all the same.
 int SSO_Configure() {
   try {
     read_gateway_address();

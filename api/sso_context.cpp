@@ -41,9 +41,9 @@ SSO_TAVContext::~SSO_TAVContext() {
   closeQuery();
 }
 
-// A second call is refused before it takes the handle: the first one's request would be lost, and its answer
-// come to a handle that is gone. A copy begins with the handle of the object that it was copied from, and
-// lets go of that one's request and of the way back to it.
+// A second call is refused before it changes the handle: otherwise the first call's request would be lost,
+// and its answer would come to a handle that is gone. A copy starts with the handle of its original, and
+// drops the request in it and the pointer back to the original.
 void SSO_TAVContext::Go() {
   const bool busy = sent && handle.Request != nullptr;
   if (!busy) handle = {this, nullptr};

@@ -22,7 +22,7 @@ bool is_lookup(const Request* request) {
 
 bool finishing = false;
 
-// One of the calls in which hosts' callbacks run. Only the outermost goes on to further look-ups.
+// One of the calls in which hosts' callbacks are called. Only the outermost one goes on to further look-ups.
 class Finishing {
  public:
   Finishing() { finishing = true; }
@@ -37,7 +37,7 @@ class Finishing {
   bool outermost_{!finishing};
 };
 
-// Ends a look-up: its request leaves every table before the host is called.
+// Ends a look-up. Its request is removed from every table before the host is called.
 void finish(const LookupInFlight& ended) {
   const std::unique_ptr<SSO_TAVContext> lookup(ended.context());
   TAVASYNC& async = *handle_of(&ended.request());
@@ -58,8 +58,8 @@ const LookupInFlight* oldest_given_up() {
   return lookup;
 }
 
-// A look-up that has ended and whose callback is still to come. A callback may exit the library, so the
-// server is looked for each time.
+// A look-up that has ended and whose callback is still to be called. A callback may exit the library, so the
+// server is looked up each time.
 const LookupInFlight* next_ended(unsigned long address) {
   TAVServerInterface* server = g_ServerList == nullptr ? nullptr : g_ServerList->FindByServer(address);
   const Request* settled = server == nullptr ? nullptr : server->TakeSettled(is_lookup);
@@ -102,15 +102,15 @@ unsigned give_up_all(TimePoint started_before) {
   return count;
 }
 
-// One at a time: a callback may read the answer to a look-up that is due, which is then no longer one to be
-// given up.
+// One at a time: a callback may read the answer to a look-up that is due, which is then no longer to be
+// abandoned.
 unsigned give_up_and_finish(TimePoint started_before) {
   unsigned count = 0;
   for (;;) {
     finish_ended(g_SsoServer);
     LookupInFlight* due = oldest_due(started_before, [](const Request&) { return true; });
     if (due == nullptr) return count;
-    if (is_pending(due->request())) {  // else it was answered on the server of a gateway before
+    if (is_pending(due->request())) {  // else it was answered, on a server that was the gateway's earlier
       give_up(*due);
       ++count;
     }

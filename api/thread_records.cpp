@@ -17,8 +17,8 @@ struct ListedRecord : TAVThreadRecord {
 constinit std::mutex list_mutex;
 constinit ListedRecord* list = nullptr;
 
-// Takes the calling thread's record out of the list. Only pointers are compared, since the record may be
-// gone; and its memory may be another thread's record by then.
+// Removes the calling thread's record from the list. Only pointers are compared, since the record may have
+// been freed; its memory may by then be another thread's record.
 bool unlist(const void* record) {
   const std::lock_guard lock(list_mutex);
   for (ListedRecord** link = &list; *link != nullptr; link = &(*link)->next) {
