@@ -8,7 +8,7 @@
 #include <new>
 #include <type_traits>
 
-// Blocks of the registry come from malloc, so that hosts in any language can hand over their own.
+// The registry's blocks come from malloc, so that hosts in any language can pass blocks of their own.
 
 namespace tavlib {
 

@@ -7,7 +7,7 @@
 
 namespace tavlib {
 
-/// Sets the run-time error and gives the result of a failed operation.
+/// Sets the run-time error and returns the result of a failed operation.
 inline int fail(unsigned code) {
   AErrors::SetRtlError(code);
   return 0;

@@ -32,7 +32,8 @@ AFileLocker::AFileLocker(int fileDescriptor, FILELOCKER wanted) : fd(fileDescrip
 
 AFileLocker::~AFileLocker() {
   const tavlib::KeepError keep;
-  // Not the command that waits: it would be a cancellation point, and no destructor may be left by one.
+  // Not the command that waits: that would be a cancellation point, and a thread must not be cancelled within
+  // a destructor.
   if (error == 0 && kind != Unlocked) set_lock(fd, F_SETLK, Unlocked);
 }
 

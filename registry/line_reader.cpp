@@ -11,8 +11,8 @@ namespace tavlib {
 
 namespace {
 
-/// Whether a read of nothing at `position` was one at the end; false with the error that says otherwise. A
-/// commit that took any other for the end would drop the rest of the file.
+// Whether a read of no bytes at `position` was one at the end of the file; false, with the error, when it was
+// not. A commit that ended early without an error would drop the rest of the file.
 bool is_end(int fd, off_t position) {
   struct stat file {};
   if (fstat(fd, &file) == -1) return false;

@@ -10,8 +10,8 @@ namespace tavlib {
 
 namespace {
 
-/// Whoever waits for the current turn holds the next one. Otherwise a thread that makes one change after the
-/// other would have its turn again before those that wait are awake.
+// A thread that waits for the current turn holds the next one. Otherwise a thread that makes one change after
+// the other would get each turn before the waiting threads are awake.
 struct Turns {
   std::mutex next;
   std::mutex current;
@@ -19,15 +19,16 @@ struct Turns {
 
 constinit Turns turns;
 
-/// The process whose threads share the turns; negative while that process makes them, and 0 before the first.
+// The process whose threads share the turns; negative while that process creates them, and 0 before the
+// first.
 constinit std::atomic<pid_t> owner{0};
 
-/// The child of a fork has none of the threads whose turn it was in its parent, and none of its parent's
-/// locks on files, so it makes turns of its own.
+// The child of a fork has none of the threads whose turn it was in its parent, and none of its parent's locks
+// on files, so it creates turns of its own.
 void make_own_turns() {
   const pid_t self = getpid();
   for (pid_t process = owner.load(); process != self; process = owner.load()) {
-    // Another thread that is at it needs a few instructions for that.
+    // Another thread that creates them needs a few instructions.
     if (process != -self && owner.compare_exchange_strong(process, -self)) {
       std::construct_at(&turns);
       owner.store(self);

@@ -5,7 +5,7 @@
 
 namespace tavlib {
 
-/// A stream, and a text from malloc, as a key owns them.
+/// The types in which a key owns a stream, and a text from malloc.
 using Stream = std::unique_ptr<std::FILE, ARegistryKey::CloseStream>;
 using TextBlock = std::unique_ptr<char, ARegistryKey::FreeText>;
 

@@ -10,7 +10,7 @@ using tavlib::fail;
 
 namespace {
 
-/// A terminated copy of a value's `size` bytes. Null with the run-time error set.
+// A terminated copy of a value's `size` bytes. Null with the run-time error set.
 tavlib::TextBlock read_text(ARegistry& handle, const char* name, unsigned size) {
   tavlib::TextBlock text(static_cast<char*>(std::calloc(std::size_t{size} + 1, 1)));
   if (!text) {
@@ -31,7 +31,7 @@ bool try_assign(std::string& target, const char* text) {
   }
 }
 
-// The error is set when the exception's memory is released already.
+// The error is set once the exception's memory has been freed.
 int assign(std::string& target, const char* text) {
   return try_assign(target, text) ? 1 : fail(tavlib::kOutOfMemory);
 }

@@ -19,7 +19,7 @@ void release(ARegistryData::Entry& entry) {
   entry = {};
 }
 
-/// An entry under construction, released when an exception ends that.
+// An entry under construction, freed when an exception ends that.
 struct NewEntry : ARegistryData::Entry {
   NewEntry() = default;
   ~NewEntry() {
@@ -30,7 +30,8 @@ struct NewEntry : ARegistryData::Entry {
   NewEntry& operator=(const NewEntry&) = delete;
 };
 
-/// A host may enter a changed copy of the entry that is held already: blocks that both share live on.
+// A host may enter a changed copy of the entry that is held already: the blocks that both share are not
+// freed.
 void replace(ARegistryData::Entry& old, const ARegistryData::Entry& entry) {
   if (old.name != entry.name) std::free(old.name);
   if (old.data != entry.data) std::free(old.data);
@@ -97,7 +98,7 @@ ARegistryData::Entry* ARegistryData::EnumData(unsigned index) {
 
 int ARegistryData::DeleteData(const char* name) {
   if (name == nullptr) return fail(tavlib::kBadAddress);
-  // Hosts rely on values at odd positions not being found here.
+  // Hosts rely on this: values at odd positions are not found here.
   for (std::uint32_t i = 0; i < count; i += 2) {
     if (strcasecmp(entries[i].name, name) != 0) continue;
     release(entries[i]);

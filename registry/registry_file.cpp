@@ -28,8 +28,8 @@ Stream open_again(const char* path, std::FILE* stream) {
   return is_writable(stream) ? open_for_writing(path) : open_for_reading(path);
 }
 
-/// Whether the path still names the open file; nothing, with the system's error, when that cannot be told.
-/// When the path names nothing, there is nothing newer than that file.
+// Whether the path still names the open file; nullopt, with the system's error, when that cannot be found
+// out. When the path names nothing, there is nothing newer than the open file.
 std::optional<bool> is_current(std::FILE* stream, const char* path) {
   struct stat opened {};
   struct stat named {};

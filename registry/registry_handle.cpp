@@ -8,7 +8,7 @@ using tavlib::fail;
 
 ARegistry::ARegistry() = default;
 
-// Hosts may look at the error of a call on the handle when the handle is gone.
+// Hosts may read the error of a call on the handle when the handle is gone.
 ARegistry::~ARegistry() {
   const tavlib::KeepError keep;
   key.reset();
@@ -16,7 +16,7 @@ ARegistry::~ARegistry() {
 
 int ARegistry::Open(ARegistryKey* root, const char* path, int create, unsigned* disposition,
                     unsigned access) {
-  // The key is closed first, but may be the root of the new one: it is destroyed only after the copy is made.
+  // The open key is closed, but may be the root of the new one: it is destroyed only after the copy is made.
   tavlib::QuietPtr<ARegistryKey> previous(key.release());
   const ARegistryKey* base = tavlib::resolve_root(root);
   if (base == nullptr) return fail(tavlib::kBadAddress);

@@ -17,7 +17,7 @@ bool exists(const char* path) {
   return stat(path, &status) == 0;
 }
 
-/// Whether `entry` repeats the child that `previous` names.
+// Whether `entry` repeats the child that `previous` names.
 bool repeats(const char* entry, const char* previous) {
   if (previous == nullptr) return false;
   const std::size_t length = std::strlen(previous);
@@ -25,7 +25,7 @@ bool repeats(const char* entry, const char* previous) {
   return entry[length] == '\0' || entry[length] == '\\';
 }
 
-/// The first section of the `index`-th child; null past the end.
+// The first section of the `index`-th child; null past the end.
 const char* find_child(ARegistryKeyList& subkeys, unsigned index) {
   const char* previous = nullptr;
   unsigned given = 0;
@@ -38,7 +38,7 @@ const char* find_child(ARegistryKeyList& subkeys, unsigned index) {
   return entry;
 }
 
-/// A copy of a key's name that ends with a backslash; null when memory runs out.
+// A copy of a key's name that ends with a backslash; null when memory runs out.
 tavlib::TextBlock with_backslash(const char* name) {
   const std::size_t length = std::strlen(name);
   tavlib::TextBlock copy(static_cast<char*>(std::malloc(length + 2)));
@@ -50,7 +50,7 @@ tavlib::TextBlock with_backslash(const char* name) {
 
 }  // namespace
 
-// Here and not in the header: the library alone has the virtual table and the type information.
+// Defined here and not in the header: only the library has the virtual table and the type information.
 ARegistryException::~ARegistryException() = default;
 
 ARegistryKey::ARegistryKey(const char* filePath) {
@@ -65,8 +65,8 @@ ARegistryKey::ARegistryKey(const char* filePath) {
   }
   std::memcpy(path, filePath, length + 1);
   const tavlib::Operation operation;
-  // Not truncated: another process may have created and filled it since. The descriptor stays open, as hosts
-  // know it.
+  // Not truncated: another process may meanwhile have created and filled it. The descriptor stays open, as
+  // hosts expect.
   if (!exists(path)) open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
 }
 

@@ -51,7 +51,7 @@ int ARegistryKeyList::Delete(const char* name) {
   return 1;
 }
 
-// The entries are entered in file order, which is the order to keep.
+// The entries were entered in file order, which is the order to keep.
 int ARegistryKeyList::Sort() {
   return entries == nullptr ? 0 : 1;
 }

@@ -10,7 +10,7 @@ using tavlib::fail;
 
 namespace {
 
-/// What becomes of a key that is to be opened.
+// What happens to a key that is to be opened.
 enum class Plan { Read, OpenWithoutValues, AppendSection, Refuse, Missing };
 
 Plan plan_for(const tavlib::Section& section, bool create, bool write) {
@@ -21,8 +21,8 @@ Plan plan_for(const tavlib::Section& section, bool create, bool write) {
   return Plan::AppendSection;
 }
 
-/// The full path of the key `sub_path` below `key_name`, with a trailing backslash; empty for the top of the
-/// file.
+// The full path of the key `sub_path` below `key_name`, with a trailing backslash; empty for the top of the
+// file.
 tavlib::QuietString target_path(const char* key_name, tavlib::QuietString sub_path) {
   constexpr std::size_t longest = 4095;
   sub_path.erase(sub_path.find_last_not_of('\\') + 1);
@@ -37,9 +37,9 @@ tavlib::Stream open_for(const char* path, bool write) {
   return stream;
 }
 
-/// Opens the file, or goes on with what an earlier load opened, and locks it. With write access it is the
-/// file that the path names once the lock is held. Without, it is the one that the path named before, old or
-/// new: a writer that goes on replacing it keeps no reader waiting.
+// Opens the file, or continues with what an earlier load opened, and locks it. With write access it is the
+// file that the path names once the lock is held. Without, it is the one that the path named before, old or
+// new: a writer that keeps replacing the file does not keep readers waiting.
 bool open_and_lock(tavlib::Stream& stream, const char* path, bool write, std::optional<AFileLocker>& lock) {
   if (stream && !write && !tavlib::open_current(stream, path)) return false;
   if (!stream) stream = open_for(path, write);
@@ -49,7 +49,7 @@ bool open_and_lock(tavlib::Stream& stream, const char* path, bool write, std::op
   return lock->IsValid() != 0;
 }
 
-/// Finds the key in the file, and makes the list of the sections below it anew.
+// Finds the key in the file, and creates the list of the sections below it anew.
 bool search(std::FILE* file, const tavlib::QuietString& target, std::unique_ptr<ARegistryKeyList>& below,
             tavlib::Section& section) {
   section = {};
@@ -77,8 +77,9 @@ int ARegistryKey::LoadKey(const char* subPath, int create, unsigned accessBits, 
   if (created != nullptr) *created = 0;
   Plan plan = plan_for(section, create != 0, write);
   if (plan == Plan::AppendSection) {
-    // The shared lock is given up for the exclusive one: two processes that both raise theirs would wait for
-    // each other for ever. What another process did in between counts.
+    // The shared lock is released before the exclusive one is taken: two processes that both raised theirs
+    // would wait for each other for ever. So the file is searched again for what another process changed in
+    // between.
     if (!tavlib::lock_current(file, path, AFileLocker::Exclusive, lock)) return 0;
     if (!search(file.get(), target, subkeys, section)) return 0;
     plan = plan_for(section, create != 0, write);

@@ -20,7 +20,7 @@ using SharedKey = std::atomic<ARegistryKey*>;
 SharedKey user_key{nullptr};
 SharedKey superuser_key{nullptr};
 
-/// Holds a lock for the length of a block.
+// Holds a lock for the length of a block.
 class Holder {
  public:
   explicit Holder(ACritSec& section) : section_(section) { section_.DoLock(1); }
@@ -33,8 +33,8 @@ class Holder {
   ACritSec& section_;
 };
 
-/// A user's home directory; empty for one who has none, and when nobody knows the user or can say. Each call
-/// has a buffer of its own, since threads may ask at the same moment, which grows until the answer fits.
+// A user's home directory; empty for a user who has none or who is unknown, and when the look-up fails. Each
+// call has a buffer of its own, since threads may call at the same moment; it grows until the answer fits.
 std::string home_of(uid_t user) {
   passwd entry{};
   passwd* found = nullptr;
@@ -48,15 +48,15 @@ std::string home_of(uid_t user) {
   return found == nullptr || entry.pw_dir == nullptr ? "" : entry.pw_dir;
 }
 
-/// The registry file in a user's home directory. A home that is too long is cut so that the whole fits a
-/// key's path; without a home the file is at the top of the file system.
+// The registry file in a user's home directory. A home that is too long is cut so that the whole fits a
+// key's path; without a home the file is at the top of the file system.
 ARegistryKey* make_home_key(uid_t user) {
   constexpr std::size_t longest_home = 1013;
   return new ARegistryKey((home_of(user).substr(0, longest_home) + "/.regfile").c_str());
 }
 
-/// The lock is one call's own and keeps no other thread out: two threads that are the first to open a root at
-/// the same moment both make its key, and the later one is kept.
+// The lock belongs to one call and excludes no other thread: two threads that are the first to open a root at
+// the same moment both create its key, and the later one is kept.
 ARegistryKey* shared_key(SharedKey& shared, uid_t user) {
   ACritSec section;
   const Holder holder(section);

@@ -5,8 +5,8 @@
 
 namespace tavlib {
 
-/// The key that a root stands for: that of a predefined root, which lives until the process ends, or `root`
-/// itself. Throws std::bad_alloc when memory runs out.
+/// The key for a root: that of a predefined root, which exists until the process ends, or `root` itself.
+/// Throws std::bad_alloc when memory runs out.
 ARegistryKey* resolve_root(ARegistryKey* root);
 
 }  // namespace tavlib

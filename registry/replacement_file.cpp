@@ -10,8 +10,8 @@ namespace tavlib {
 
 namespace {
 
-/// Makes sure that nothing has the name: no link, through which another file would be written, and no file
-/// that somebody else may have open. False with the system's error.
+// Removes whatever has the name: a link, through which another file would be written, or a file that another
+// process may have open. False with the system's error.
 bool make_way(const char* path) {
   const int kept = errno;
   if (unlink(path) == -1 && errno != ENOENT) return false;

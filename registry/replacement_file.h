@@ -5,21 +5,21 @@
 
 namespace tavlib {
 
-/// The temporary file "path~", which is written whole and then takes the place of `path`. Whoever uses it
-/// holds the exclusive lock on the registry file, so there is one at a time.
+/// The temporary file "path~", which is written whole and then replaces `path`. Its user holds the exclusive
+/// lock on the registry file, so there is only one at a time.
 class ReplacementFile {
  public:
-  /// Makes the temporary file, with the permissions of any new file; what has its name is removed first.
+  /// Creates the temporary file, with the permissions of any new file; what has its name is removed first.
   /// `path` has at most 1022 characters and must outlive the object.
   explicit ReplacementFile(const char* path);
 
-  /// Removes the temporary file unless it took its place.
+  /// Removes the temporary file unless it has replaced `path`.
   ~ReplacementFile();
 
   ReplacementFile(const ReplacementFile&) = delete;
   ReplacementFile& operator=(const ReplacementFile&) = delete;
 
-  /// The stream to write to; null when the file could not be made, with the system's error.
+  /// The stream to write to; null, with the system's error, when the file could not be created.
   std::FILE* stream() const { return stream_.get(); }
 
   /// Renames the file over `path` once it is safely on the disk, and makes that outlast a loss of power.

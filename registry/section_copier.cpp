@@ -19,7 +19,7 @@ bool SectionCopier::copy(int source) {
   Line line{};
   while (reader.next(line)) {
     copy_line(line);
-    // Stop at once: a later write might succeed and hide what went wrong.
+    // Stop at once: a later write might succeed and hide the failure.
     if (std::ferror(target_) != 0) return false;
   }
   return reader.good();

@@ -9,7 +9,7 @@
 
 namespace tavlib {
 
-/// Copies a registry file with one key's values made new. Lines of other sections are copied byte for byte;
+/// Copies a registry file with new values for one key. Lines of other sections are copied byte for byte;
 /// headers that name a key are written as "[path\]".
 class SectionCopier {
  public:

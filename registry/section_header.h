@@ -10,8 +10,8 @@ inline bool is_header(const Line& line) {
   return line.text[0] == '[';
 }
 
-/// The key path that a header line names, with its trailing backslash; null, and the line unchanged, when it
-/// has no closing bracket and so names no key. The path is made within the line.
+/// The key path in a header line, with a trailing backslash. Null, with the line unchanged, when it has no
+/// closing bracket and so names no key. The path is built within the line.
 char* header_path(const Line& header);
 
 }  // namespace tavlib

@@ -22,8 +22,8 @@ void enter_below(ARegistryKeyList& below, const char* path) {
   throw ARegistryException(kOutOfMemory);
 }
 
-/// A bad value is left out, and the others count. For want of memory none may be missing: the next commit
-/// would drop it from the file.
+// A bad value is left out, and the others are used. None may be missing for lack of memory: the next commit
+// would drop it from the file.
 void enter_value(ARegistryData& values, const Line& line) {
   char* equals = std::strchr(line.text, '=');
   if (line.text[0] == '#' || equals == nullptr) return;
@@ -32,7 +32,7 @@ void enter_value(ARegistryData& values, const Line& line) {
   if (AErrors::GetRtlError() == kOutOfMemory) throw ARegistryException(kOutOfMemory);
 }
 
-/// Whether the file is empty or its last line has its newline; nothing when that cannot be read.
+// Whether the file is empty or its last line ends with a newline; nullopt when that cannot be read.
 std::optional<bool> ends_with_newline(int fd, off_t size) {
   if (size == 0) return true;
   LineReader reader(fd, size - 1);
@@ -52,9 +52,9 @@ bool write_at(int fd, std::string_view text, off_t position) {
   return true;
 }
 
-/// A header whose path holds a closing bracket is, cut short there, the header of another key, whose values
-/// it would hide. So the opening bracket follows when all behind it is on the disk: until then the line
-/// starts with a zero byte and means nothing. The line's end comes last, as always.
+// When a header's path holds a closing bracket, the header cut short there is that of another key, whose
+// values it would hide. So the opening bracket is written once all that comes after it is on the disk: until
+// then the line starts with a zero byte and means nothing. The line's end is written last, as always.
 bool write_header(int fd, std::string_view header, off_t position) {
   const std::size_t end = header.size() - 1;
   if (header.find(']') + 1 == end) return write_at(fd, header, position);

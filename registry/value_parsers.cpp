@@ -18,13 +18,13 @@ int store(ARegistryData::Entry& entry, std::uint32_t type, const void* bytes, st
   return 1;
 }
 
-/// The text after its first character, which told the type.
+// The text after its first character, which marks the type.
 const char* after_mark(const char* text) {
   return *text == '\0' ? text : text + 1;
 }
 
-/// Appends the characters up to an unescaped `quote` or the end of the text, and returns where that is. A
-/// backslash makes the next character an ordinary one.
+// Appends the characters up to an unescaped `quote` or the end of the text, and returns where that is. A
+// backslash makes the next character an ordinary one.
 const char* read_quoted(const char* text, char quote, std::string& result) {
   for (; *text != '\0' && *text != quote; ++text) {
     if (*text == '\\' && *++text == '\0') break;
@@ -33,7 +33,7 @@ const char* read_quoted(const char* text, char quote, std::string& result) {
   return text;
 }
 
-/// The value of a hexadecimal digit, or -1.
+// The value of a hexadecimal digit, or -1.
 int hex_value(char digit) {
   if (digit >= '0' && digit <= '9') return digit - '0';
   if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
@@ -61,7 +61,7 @@ int ARegistryData::ParseREG_MULTI_SZ(Entry& entry, const char* text) {
     } while (*next != '\0' && *next != '\'');
     next = after_mark(next);
   }
-  // The list ends with a zero byte. One more has always been counted, and callers see the size.
+  // The list ends with a zero byte. The size has always included one more, and callers see it.
   result.append(2, '\0');
   return store(entry, REG_MULTI_SZ, result.data(), result.size());
 }

@@ -10,14 +10,14 @@
 
 namespace {
 
-/// The bytes of a value from `start` up to its first zero byte or its end.
+// The bytes of a value from `start` up to its first zero byte or its end.
 std::string_view text_at(const ARegistryData::Entry& entry, std::size_t start) {
   const char* bytes = reinterpret_cast<const char*>(entry.data);
   if (start >= entry.size) return {};
   return {bytes + start, strnlen(bytes + start, entry.size - start)};
 }
 
-// Errors stay in the stream, where the one who commits looks for them.
+// Errors stay in the stream, where the commit checks for them.
 void put(std::FILE* file, char character) {
   static_cast<void>(std::fputc(character, file));
 }
