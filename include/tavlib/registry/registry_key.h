@@ -48,8 +48,8 @@ class TAVLIB_API ARegistryException : public std::bad_alloc {
 ///   any other code    what the system reported
 ///
 /// Threads: one at a time for each object. Different threads may use different keys, of one file or of
-/// several. One thread of a process at a time makes, loads, commits or destroys a key; the others wait for it,
-/// also while it waits for the lock of another process.
+/// several. Only one thread of a process at a time creates, loads, commits or destroys a key. The others wait
+/// for it, also while it waits for the lock of another process.
 class TAVLIB_API ARegistryKey {
  public:
   /// A key of the file `path`, not loaded yet. A missing file is created empty with permission 0600; the
@@ -158,9 +158,9 @@ typedef struct ARegistryKey ARegistryKey;
 
 TAVLIB_BEGIN_C
 
-/// A key for the registry file `path` (created if missing), for use as the root of ARegistry::Open,
-/// in several threads at once if need be. The caller releases it with ARegKeyFileClose. Throws std::bad_alloc
-/// when memory runs out.
+/// Creates a key for the registry file `path` (created if missing), for use as the root of ARegistry::Open,
+/// also in several threads at once. The caller frees it with ARegKeyFileClose. Throws std::bad_alloc when
+/// memory runs out.
 TAVLIB_API ARegistryKey* ARegKeyFile(const char* path);
 
 /// Destroys a key from ARegKeyFile; null is ignored. Always 1.
