@@ -6,7 +6,7 @@
 // A layer for gateways over one TAV server, the gateway's own. Its address is the value "gwtav" of the key
 // "tavlib\Addresses" in the configuration file.
 //
-// A host with an event loop defines T_event_set_socket and T_event_del_socket. Through them the layer adds
+// A host with an event loop may define T_event_set_socket and T_event_del_socket. Through them the layer adds
 // the server's socket to the loop and removes it.
 //
 // Threads: everything here belongs to the thread of the event loop.
@@ -57,9 +57,9 @@ __attribute__((visibility("default"))) int T_event_del_socket(int socket);
 ///   - SSO_TAVContext::Finish.
 ///
 /// The stack does not grow with the number of look-ups in flight. When a callback calls SSO_GetUserByAddr or
-/// SSO_ExpireLookups, the callbacks of the look-ups that end in that call run after it has returned. Only
-/// two kinds of callback have others called within them: one that runs the event loop, and one that starts a
-/// look-up that fails at once.
+/// SSO_ExpireLookups, the callbacks of the look-ups that end by this are called once that callback has
+/// returned. Only two kinds of callback have others called within them: one that runs the event loop, and one
+/// that starts a look-up that fails at once.
 typedef void (*SSO_Callback)(int success, void* cookie);
 
 /// Initialises the library and registers the gateway server's socket with the host's event loop. Where the

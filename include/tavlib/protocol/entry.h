@@ -116,8 +116,8 @@ TAVLIB_API int TAVEntryDupW(TAVLIB_REF(_TAVENTRYW) dst, TAVLIB_REF(const _TAVENT
 
 /// 1 when every field that `mask` selects matches, else 0. Bits:
 ///   0x001  `user`      texts: case matters, and null matches only null
-///   0x002  `string2`
-///   0x004  `string3`
+///   0x002  `string2`   as `user`
+///   0x004  `string3`   as `user`
 ///   0x008  `data`      the same pointer with the same length, or both null; equal contents in two buffers do
 ///                      not match
 ///   0x010  `address`
