@@ -17,6 +17,9 @@
 /// The caller owns the record and must not move it while a request is attached. Functions with "As" in their
 /// names attach a request. Once its result has been returned, or it has been abandoned, the request is
 /// released and `Request` is null again.
+///
+/// A function with "As" forgets the request that is attached already: its result is never returned, and the
+/// record must then last until the last TAVExit. Call TAVASyncAbandon first.
 struct TAVASYNC {
   void* Context;  ///< The caller's own; never read or written by the library.
 #ifdef __cplusplus

@@ -1,7 +1,8 @@
 #ifndef TAVLIB_API_LIFECYCLE_H
 #define TAVLIB_API_LIFECYCLE_H
 
-// Threads: one thread at a time calls TAVInitialize and TAVExit.
+// Threads: one thread at a time calls TAVInitialize and TAVExit. A cancellation of that thread (pthread_cancel)
+// is put off until the call has returned.
 
 #include <tavlib/export.h>
 

@@ -25,13 +25,15 @@
 /// that exchange is dropped.
 ///
 /// Threads: no lock is taken. One thread at a time may use one transport. A thread that starts a request
-/// again must be one that may use the transport of the earlier exchange, too.
+/// again must be one that may use the transport of the earlier exchange, too. Where that one was destroyed and
+/// other threads make transports, which may come to lie in its place, set the request's `owner` to null first.
 class TAVLIB_API ServerInterface {
  public:
   /// One request, owned by whoever made it.
   struct ASyncRequest {
     /// The owner's own pointer, never followed by the transport. CompleteFor keeps only requests that have
-    /// one.
+    /// one. Null in a request that a host starts itself on a server of TAVInitialize's list: the exported
+    /// functions take any other there for a TAVASYNC of theirs.
     void* handle{nullptr};
     void* context{nullptr};  ///< For the completion routine.
     /// Called once a verified final reply is in `packet`; its result becomes `status`. May be null.
