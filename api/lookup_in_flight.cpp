@@ -1,16 +1,20 @@
 #include "api/lookup_in_flight.h"
 
+#include <cstddef>
+
 namespace tavlib {
 
 namespace {
 
 constinit LookupInFlight* first = nullptr;
 constinit LookupInFlight* last = nullptr;
+constinit std::size_t given_up_count = 0;
 
 }  // namespace
 
 LookupInFlight::~LookupInFlight() {
   if (context_ == nullptr) return;
+  if (given_up_) --given_up_count;
   (previous_ == nullptr ? first : previous_->next_) = next_;
   (next_ == nullptr ? last : next_->previous_) = previous_;
 }
@@ -22,6 +26,15 @@ void LookupInFlight::enter(SSO_TAVContext& awaiting, AttachedRequest& request) {
   previous_ = last;
   (last == nullptr ? first : last->next_) = this;
   last = this;
+}
+
+void LookupInFlight::give_up() {
+  given_up_ = true;
+  ++given_up_count;
+}
+
+bool LookupInFlight::any_given_up() {
+  return given_up_count != 0;
 }
 
 LookupInFlight* LookupInFlight::oldest() {

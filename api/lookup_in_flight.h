@@ -25,6 +25,13 @@ class LookupInFlight {
   /// Appends `request`, of which this is a part, as the one that `awaiting` has just sent.
   void enter(SSO_TAVContext& awaiting, AttachedRequest& request);
 
+  /// Marks the look-up as one that has expired and whose callback is still to be called.
+  void give_up();
+  bool given_up() const { return given_up_; }
+
+  /// Whether any look-up in the list is marked so.
+  static bool any_given_up();
+
   /// The look-up; null when this is in no list.
   SSO_TAVContext* context() const { return context_; }
   AttachedRequest& request() const { return *request_; }
@@ -38,7 +45,6 @@ class LookupInFlight {
   static LookupInFlight* youngest();
 
   bool of_layer{false};  ///< Made by SSO_GetUserByAddrAsync: the layer deletes it, and hosts never see it.
-  bool given_up{false};  ///< Abandoned, but its callback is still to be called.
 
  private:
   SSO_TAVContext* context_{nullptr};
@@ -46,6 +52,7 @@ class LookupInFlight {
   std::chrono::steady_clock::time_point started_{};
   LookupInFlight* previous_{nullptr};
   LookupInFlight* next_{nullptr};
+  bool given_up_{false};
 };
 
 }  // namespace tavlib

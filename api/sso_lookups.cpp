@@ -41,7 +41,7 @@ class Finishing {
 void finish(const LookupInFlight& ended) {
   const std::unique_ptr<SSO_TAVContext> lookup(ended.context());
   TAVASYNC& async = *handle_of(&ended.request());
-  if (ended.given_up) ended.request().status = TAV_E_ABANDONED;
+  if (ended.given_up()) ended.request().status = TAV_E_ABANDONED;
   const int result = conclude(async);
   lookup->Finish(result, TAVGetLastError());
 }
@@ -51,9 +51,11 @@ bool is_ours(const LookupInFlight& lookup) {
   return living_owner(lookup.request()) != nullptr && handle_of(&lookup.request()) != nullptr;
 }
 
+// Asked after each answer, when there may be thousands in flight of which none is given up.
 const LookupInFlight* oldest_given_up() {
+  if (!LookupInFlight::any_given_up()) return nullptr;
   const LookupInFlight* lookup = LookupInFlight::oldest();
-  while (lookup != nullptr && !(lookup->given_up && is_ours(*lookup)))
+  while (lookup != nullptr && !(lookup->given_up() && is_ours(*lookup)))
     lookup = lookup->next();
   return lookup;
 }
@@ -74,14 +76,11 @@ void finish_ended(unsigned long address) {
 }
 
 // The oldest look-up that is due to end.
-template <typename Due>
-LookupInFlight* oldest_due(TimePoint started_before, Due due) {
+LookupInFlight* oldest_due(TimePoint started_before) {
   LookupInFlight* lookup = LookupInFlight::oldest();
-  while (lookup != nullptr && lookup->started() < started_before) {
-    if (is_ours(*lookup) && !lookup->given_up && due(lookup->request())) return lookup;
+  while (lookup != nullptr && !(is_ours(*lookup) && !lookup->given_up()))
     lookup = lookup->next();
-  }
-  return nullptr;
+  return lookup != nullptr && lookup->started() < started_before ? lookup : nullptr;
 }
 
 bool is_pending(const Request& request) {
@@ -90,13 +89,15 @@ bool is_pending(const Request& request) {
 
 void give_up(LookupInFlight& due) {
   living_owner(due.request())->Forget(&due.request());
-  due.given_up = true;
+  due.give_up();
 }
 
 unsigned give_up_all(TimePoint started_before) {
   unsigned count = 0;
-  while (LookupInFlight* due = oldest_due(started_before, is_pending)) {
-    give_up(*due);
+  LookupInFlight* lookup = LookupInFlight::oldest();
+  for (; lookup != nullptr && lookup->started() < started_before; lookup = lookup->next()) {
+    if (lookup->given_up() || !is_ours(*lookup) || !is_pending(lookup->request())) continue;
+    give_up(*lookup);
     ++count;
   }
   return count;
@@ -108,7 +109,7 @@ unsigned give_up_and_finish(TimePoint started_before) {
   unsigned count = 0;
   for (;;) {
     finish_ended(g_SsoServer);
-    LookupInFlight* due = oldest_due(started_before, [](const Request&) { return true; });
+    LookupInFlight* due = oldest_due(started_before);
     if (due == nullptr) return count;
     if (is_pending(due->request())) {  // else it was answered, on a server that was the gateway's earlier
       give_up(*due);
