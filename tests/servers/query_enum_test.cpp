@@ -214,7 +214,7 @@ TEST_F(QueryEnum, AStepAfterAnEntryThatCannotBeReadSendsARightRequest) {
   words.string3.reset();
   words.data.clear();
   constexpr std::uint16_t claims[] = {100, 1000};
-  for (const std::size_t count_at : {32 + 6, 32 + 10, 32 + 14}) {
+  for (const std::size_t count_at : {32U + 6, 32U + 10, 32U + 14}) {
     for (const std::uint16_t claimed : claims) {
       auto enumeration = open();
       _TAVENTRYW out{};
