@@ -36,6 +36,7 @@ class ReusedRequests : public EnumerationTest {
     EXPECT_EQ(server().CompleteRequest(), nullptr);
   }
 
+  Request next;  // may be in flight until the enumerations are gone
   std::unique_ptr<TAVQueryEnum> enumeration = open();
   _TAVENTRYW out{};
   unsigned version = untouched;
@@ -59,7 +60,6 @@ class RequestOfAnEndedStep : public ReusedRequests, public ::testing::WithParamI
 TEST_F(ReusedRequests, AVersionIsStoredThoughTheStepBeforeWasFollowedByAnother) {
   const auto step = refused_step(*enumeration, request);
   const auto sent = start_version(server(), peer);
-  Request next;
   start(*enumeration, out, next);
   peer.reply_version(sent, 5);
   EXPECT_EQ(complete(request), 0U);
@@ -150,7 +150,6 @@ TEST_F(ReusedRequests, SentAgainAsItStandsItIsNoStepAnyMore) {
   start(*enumeration, out, request);
   EXPECT_EQ(server().StartRequest(&request), TAV_E_PENDING);
   const auto again = peer.receive();
-  Request next;
   _TAVENTRYW next_out{};
   const auto sent = start(*enumeration, next_out, next);
   peer.reply_entry(again, sample_on_wire());
