@@ -17,7 +17,8 @@ Installs what is missing, builds in build/NAME and runs the tests with CTest. CT
 
 Without arguments, the tests of two other hosts follow: ${other_hosts[*]}. One has 32 bits, one the other byte order.
 Debian's cross compilers build them in build/HOST, and they run under an emulator where needed. A table shows the
-results. A host whose packages cannot be downloaded is left out, and the table says so.
+results. A host whose packages cannot be downloaded is left out, and one whose programs this machine cannot run is
+only built; the table says so.
 
   --preset NAME  one of: ${presets[*]}
                  (default release; asan is AddressSanitizer and UndefinedBehaviorSanitizer, tsan ThreadSanitizer)
