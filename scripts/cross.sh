@@ -175,7 +175,7 @@ suite() {
     built=$SECONDS
     if ! cross_runs "$target"; then
       echo "$0: NOT RUN: this machine does not run programs for $target" >&2
-      result='built, not run'
+      result='built only'
     else
       if suite_test "$folder" "$target" "$jobs"; then result=passed; fi
       counts=$(suite_count "$folder")
@@ -185,7 +185,7 @@ suite() {
     result='not built'
   fi
   suite_rows+=("$target $compiler $name $counts $((built - started))s $((SECONDS - built))s $result")
-  [ "$result" = passed ] || [ "$result" = 'built, not run' ]
+  [ "$result" = passed ] || [ "$result" = 'built only' ]
 }
 
 # suite_left_out NAME TARGET COMPILER REASON: adds the row of a suite that cannot be built.
