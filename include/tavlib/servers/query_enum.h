@@ -22,8 +22,7 @@ class TAVServerList;
 /// - It may outlive the server's transport. A step in flight then ends without an answer, and its request
 ///   stays at TAV_E_PENDING.
 ///
-/// Threads: as for that transport. A step whose request was abandoned by freeing it alone stays known to the
-/// transport until the next step or the end of the enumeration, so destroying it belongs to the same thread.
+/// Threads: as for that transport. Destroying an enumeration with a step in flight uses the transport, too.
 class TAVLIB_API TAVQueryEnum {
  public:
   /// Copies `filter`, with `word13` set to 0. `a1`, `a2` and `a3` are sent unchanged in every request. `list`

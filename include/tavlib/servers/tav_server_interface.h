@@ -60,7 +60,7 @@ class TAVLIB_API TAVServerInterface : public ServerInterface {
   unsigned ListenStop();
 
   /// IsCommUp: whether the server is believed reachable, as it is at first. Any thread may read and set this.
-  /// IsLocal: whether it is on this host. Both return 1 or 0.
+  /// IsLocal: whether it is on this host. IsCommUp returns 1 or 0, IsLocal the number given as `isLocal`.
   void SetCommDown();
   void SetCommUp();
   int IsCommUp();
